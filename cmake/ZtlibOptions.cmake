@@ -1,0 +1,55 @@
+# The project's options and the compile flags that every target of ours shares.
+option(BUILD_SHARED_LIBS "Build ztlib as a shared library" ON)
+option(ZTLIB_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(ZTLIB_BUILD_TOOL "Build the command-line tool ztlabel" ${PROJECT_IS_TOP_LEVEL})
+option(ZTLIB_BUILD_BENCHMARKS "Build the benchmarks" OFF)
+option(ZTLIB_INSTALL "Generate the install rules" ${PROJECT_IS_TOP_LEVEL})
+option(ZTLIB_WERROR "Treat warnings as errors" OFF)
+option(ZTLIB_CHECKED "Report broken contracts (always on in Debug)" OFF)
+set(ZTLIB_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+# What each of our targets is compiled with. Contraction of floating-point expressions is off and
+# fast-math is never used: "exactly 0", "equal in single precision" and NaN tests depend on it.
+function(ztlib_compile_options target)
+    target_compile_features(${target} PRIVATE cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -ffp-contract=off
+        $<$<BOOL:${ZTLIB_WERROR}>:-Werror>)
+    if(ZTLIB_SANITIZE)
+        target_compile_options(${target} PRIVATE
+            -fsanitize=${ZTLIB_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${ZTLIB_SANITIZE})
+    endif()
+endfunction()
+
+# Public properties of the library itself: include paths, version, the contract switch.
+function(ztlib_configure_library target)
+    ztlib_compile_options(${target})
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    target_include_directories(${target}
+        PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+        PRIVATE ${PROJECT_SOURCE_DIR}/src)
+    target_compile_definitions(${target} PRIVATE ZTLIB_BUILDING)
+    if(NOT BUILD_SHARED_LIBS)
+        target_compile_definitions(${target} PUBLIC ZTLIB_STATIC)
+    endif()
+    if(ZTLIB_CHECKED)
+        target_compile_definitions(${target} PUBLIC ZTLIB_CHECKED)
+    else()
+        target_compile_definitions(${target} PUBLIC $<$<CONFIG:Debug>:ZTLIB_CHECKED>)
+    endif()
+    set_target_properties(${target} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        EXPORT_NAME ztlib)
+endfunction()

@@ -1,0 +1,20 @@
+// What the library needs of the system's memory beyond the C++ runtime.
+#pragma once
+
+#include <cstddef>
+
+namespace platform {
+
+/// Blocks of at least this many bytes are worth asking for huge pages.
+inline constexpr std::size_t kLargeBlock = std::size_t{4} << 20;
+
+/// Returns a block of `count` bytes that `std::free` releases and `std::realloc` resizes, backed by
+/// huge pages where the system offers them on request (a first touch then costs one fault for 2 MiB
+/// instead of one for 4 KiB); null when memory is exhausted. Meant for `count >= kLargeBlock`.
+void* allocateLarge(std::size_t count);
+
+/// Asks for huge pages under the block [start, start + count), which the caller owns; a hint, which
+/// never fails. Meant for a large block that `std::realloc` has moved.
+void adviseHugePages(void* start, std::size_t count);
+
+}  // namespace platform

@@ -1,0 +1,14 @@
+// Large blocks on Windows: the runtime's heap, since large pages need a privilege there.
+#include "platform/PlatformMemory.h"
+
+#include <cstdlib>
+
+namespace platform {
+
+void* allocateLarge(std::size_t count) {
+    return std::malloc(count);
+}
+
+void adviseHugePages(void*, std::size_t) {}
+
+}  // namespace platform
