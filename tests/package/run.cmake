@@ -1,0 +1,45 @@
+# Builds and runs the consumer against the build tree, an install tree, or an install tree by
+# pkg-config, in a scratch folder that it makes anew.
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${ARGN}\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+set(consumer ${CMAKE_CURRENT_LIST_DIR}/consumer)
+file(REMOVE_RECURSE ${SCRATCH})
+file(MAKE_DIRECTORY ${SCRATCH})
+
+if(NOT TREE STREQUAL build)
+    run(${CMAKE_COMMAND} --install ${BUILD_DIR} --config ${CONFIG} --prefix ${SCRATCH}/prefix)
+endif()
+
+if(TREE STREQUAL pkgconfig)
+    find_program(PKG_CONFIG pkg-config)
+    if(NOT PKG_CONFIG)
+        message(FATAL_ERROR "pkg-config is not installed (scripts/install-packages build)")
+    endif()
+    # The .pc file names the configured prefix; the variable moves it to the scratch one.
+    set(ENV{PKG_CONFIG_PATH} ${SCRATCH}/prefix/${LIBDIR}/pkgconfig)
+    run(${PKG_CONFIG} --define-variable=prefix=${SCRATCH}/prefix --cflags --libs ztlib)
+    string(STRIP "${output}" flags)
+    separate_arguments(flags UNIX_COMMAND "${flags}")
+    run(${CXX} -std=c++17 ${consumer}/consumer.cpp -o ${SCRATCH}/consumer ${flags}
+        -Wl,-rpath,${SCRATCH}/prefix/${LIBDIR})
+    run(${SCRATCH}/consumer)
+else()
+    if(TREE STREQUAL install)
+        set(location -DCMAKE_PREFIX_PATH=${SCRATCH}/prefix)
+    else()
+        set(location -Dztlib_DIR=${BUILD_DIR})
+    endif()
+    run(${CMAKE_COMMAND} -S ${consumer} -B ${SCRATCH}/out -DCMAKE_CXX_COMPILER=${CXX}
+        -DCMAKE_BUILD_TYPE=${CONFIG} ${location})
+    run(${CMAKE_COMMAND} --build ${SCRATCH}/out)
+    run(${SCRATCH}/out/consumer)
+endif()
+if(NOT output MATCHES "2 components")
+    message(FATAL_ERROR "the consumer printed: ${output}")
+endif()
