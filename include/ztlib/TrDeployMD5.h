@@ -1,0 +1,11 @@
+// An MD5 digest as a key: the sixteen bytes, nothing more.
+#pragma once
+
+namespace TrDeploy {
+
+/// A digest in the order in which it is written: byte 0 is the first pair of hexadecimal digits.
+struct MD5 {
+    unsigned char digest[16];
+};
+
+}  // namespace TrDeploy
