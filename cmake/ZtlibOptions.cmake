@@ -52,4 +52,7 @@ function(ztlib_configure_library target)
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         EXPORT_NAME ztlib)
+    if(WIN32)
+        set_target_properties(${target} PROPERTIES PREFIX "")
+    endif()
 endfunction()
