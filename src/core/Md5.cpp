@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/LittleEndian.h"
+
 namespace {
 
 // floor(2^32 |sin(i + 1)|)
@@ -22,16 +24,6 @@ constexpr int kShift[4][4] = {{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, 
 
 std::uint32_t rotateLeft(std::uint32_t value, int count) {
     return value << count | value >> (32 - count);
-}
-
-std::uint32_t loadLittle(const unsigned char* bytes) {
-    return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-           static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
-}
-
-void storeLittle(std::uint64_t value, int count, unsigned char* bytes) {
-    for (int i = 0; i < count; ++i)
-        bytes[i] = static_cast<unsigned char>(value >> (8 * i));
 }
 
 // The mixing function of a round and the word of the block that its step takes.
@@ -59,7 +51,7 @@ int wordOf(int round, int step) {
 void Md5::digestBlock(const unsigned char* block) {
     std::uint32_t words[16];
     for (int i = 0; i < 16; ++i)
-        words[i] = loadLittle(block + 4 * i);
+        words[i] = littleendian::load32(block + 4 * i);
 
     auto [a, b, c, d] = state_;
     for (int step = 0; step < 64; ++step) {
@@ -102,7 +94,7 @@ void Md5::finish(unsigned char digest[kDigestSize]) {
     constexpr std::size_t kLengthSize = 8;
     constexpr unsigned char kPadding[kBlockSize] = {0x80};
     unsigned char length[kLengthSize];
-    storeLittle(length_ * 8, 8, length);
+    littleendian::store64(length_ * 8, length);
 
     // One bit, then zeros up to the last eight bytes of a block, which hold the length in bits.
     const auto held = static_cast<std::size_t>(length_ % kBlockSize);
@@ -110,5 +102,5 @@ void Md5::finish(unsigned char digest[kDigestSize]) {
     update(kPadding, room - kLengthSize);
     update(length, kLengthSize);
     for (int i = 0; i < 4; ++i)
-        storeLittle(state_[i], 4, digest + 4 * i);
+        littleendian::store32(state_[i], digest + 4 * i);
 }

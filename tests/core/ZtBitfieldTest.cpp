@@ -1,0 +1,453 @@
+// Bit fields against vectors of bools, and what the words, files and digests hold.
+#include <gtest/gtest.h>
+#include <ztlib/ZtBitfield.h>
+#include <ztlib/ZtString.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ContractCapture.h"
+
+namespace {
+
+using Model = std::vector<bool>;
+using Bytes = std::vector<unsigned char>;
+
+class Random {
+public:
+    explicit Random(unsigned seed) : engine_(seed) {}
+    unsigned operator()() { return static_cast<unsigned>(engine_()); }
+
+private:
+    std::mt19937 engine_;
+};
+
+// Sizes around the words, the vectors (256 bits) and the strides (1024 and 4096 bits) of the loops.
+const unsigned kSizes[] = {0,   1,   31,  32,   33,   63,   64,   65,   100,  255,  256,
+                           257, 512, 999, 1023, 1024, 1025, 4095, 4096, 4128, 4097, 9000};
+
+std::string text(const ZtBitfield& bits) {
+    std::string result;
+    for (unsigned i = 0; i < bits.nBits(); ++i)
+        result += bits[i] ? '1' : '0';
+    return result;
+}
+
+std::string text(const Model& model) {
+    std::string result;
+    for (bool bit : model)
+        result += bit ? '1' : '0';
+    return result;
+}
+
+ZtBitfield fieldOf(const std::string& digits, int beyond = ZtBitfield::INIT_CLEAR) {
+    ZtBitfield bits(static_cast<unsigned>(digits.size()), beyond);
+    for (unsigned i = 0; i < bits.nBits(); ++i)
+        bits.set(i, digits[i] == '1');
+    return bits;
+}
+
+// A random field, its model and the value of the bits that its words hold above the field.
+struct Pair {
+    ZtBitfield bits;
+    Model model;
+    bool beyond;
+};
+
+// `density` of 256 bits are set.
+Pair randomPair(Random& random, unsigned n, unsigned density) {
+    const bool beyond = random() % 2;
+    Pair pair{ZtBitfield(n, beyond ? ZtBitfield::INIT_SET : ZtBitfield::INIT_CLEAR), Model(n),
+              beyond};
+    for (unsigned i = 0; i < n; ++i) {
+        pair.model[i] = random() % 256 < density;
+        pair.bits.set(i, pair.model[i]);
+    }
+    return pair;
+}
+
+void expectQueriesAgree(const ZtBitfield& bits, const Model& model) {
+    const auto n = static_cast<unsigned>(model.size());
+    const auto indexOf = [&](auto found) { return static_cast<unsigned>(found - model.begin()); };
+    const auto nSet = static_cast<unsigned>(std::count(model.begin(), model.end(), true));
+    ASSERT_EQ(text(model), text(bits));
+    EXPECT_EQ(nSet, bits.nSetBits());
+    EXPECT_EQ(n - nSet, bits.nUnsetBits());
+    EXPECT_EQ(indexOf(std::find(model.begin(), model.end(), true)), bits.firstSetBit());
+    EXPECT_EQ(indexOf(std::find(model.begin(), model.end(), false)), bits.firstUnsetBit());
+    const auto last = std::find(model.rbegin(), model.rend(), true);
+    EXPECT_EQ(last == model.rend() ? n : indexOf(last.base()) - 1, bits.lastSetBit());
+    EXPECT_EQ(nSet > 0, bits.isAnyBitSet());
+    EXPECT_EQ(nSet < n, bits.isAnyBitUnset());
+}
+
+TEST(Bitfield, RandomOperationsAgreeWithTheModel) {
+    Random random(20240501);
+    for (int round = 0; round < 300; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        auto [bits, model, _] = randomPair(random, kSizes[random() % std::size(kSizes)], 128);
+        for (int step = 0; step < 12 && !HasFailure(); ++step) {
+            const auto n = bits.nBits();
+            const unsigned operation = random() % 9;
+            SCOPED_TRACE("operation " + std::to_string(operation));
+            if (operation == 0) {
+                const unsigned size = kSizes[random() % std::size(kSizes)] + random() % 3;
+                const bool value = random() % 2;
+                bits.resize(size, value ? ZtBitfield::INIT_SET : ZtBitfield::INIT_CLEAR);
+                model.resize(size, value);
+                EXPECT_EQ(4 * (size / 32 + 1), bits.memSize());
+            } else if (operation == 1) {
+                bits.setAll();
+                model.assign(n, true);
+            } else if (operation == 2) {
+                random() % 2 ? bits.unsetAll() : bits.clearAll();
+                model.assign(n, false);
+            } else if (operation == 3) {
+                bits.toggleAll();
+                model.flip();
+            } else if (n > 0) {
+                const unsigned i = random() % n;
+                const unsigned last = i + random() % (n - i);
+                const auto from = model.begin() + i;
+                switch (operation) {
+                    case 4:
+                        bits.set(i);
+                        *from = true;
+                        break;
+                    case 5:
+                        bits.unset(i);
+                        *from = false;
+                        break;
+                    case 6:
+                        bits.toggle(i);
+                        *from = !*from;
+                        break;
+                    case 7:
+                        bits.setRange(i, last);
+                        std::fill(from, model.begin() + last + 1, true);
+                        break;
+                    default:
+                        bits.unsetRange(i, last);
+                        std::fill(from, model.begin() + last + 1, false);
+                }
+            }
+            expectQueriesAgree(bits, model);
+        }
+    }
+}
+
+TEST(Bitfield, LoneBitsAreFoundAnywhere) {
+    for (unsigned n : kSizes)
+        for (unsigned i = 0; i < n; i += 1 + i / 40) {
+            SCOPED_TRACE(std::to_string(i) + " of " + std::to_string(n));
+            ZtBitfield bits(n, ZtBitfield::INIT_SET);  // with set bits beyond the field
+            bits.unsetRange(0, n - 1);
+            bits.set(i);
+            EXPECT_EQ(i, bits.firstSetBit());
+            EXPECT_EQ(i, bits.lastSetBit());
+            EXPECT_EQ(1u, bits.nSetBits());
+            bits.toggleAll();  // with clear bits beyond the field
+            EXPECT_EQ(i, bits.firstUnsetBit());
+            EXPECT_EQ(n - 1, bits.nSetBits());
+        }
+}
+
+TEST(Bitfield, SetAlgebraAgreesWithTheModel) {
+    Random random(7);
+    for (int round = 0; round < 1500; ++round) {
+        const unsigned n = kSizes[random() % std::size(kSizes)];
+        const unsigned m = random() % 2 ? n : kSizes[random() % std::size(kSizes)];
+        SCOPED_TRACE("round " + std::to_string(round) + ": " + std::to_string(n) + ", " +
+                     std::to_string(m));
+        Pair a = randomPair(random, n, random() % 2 ? 250 : 3);
+        Pair b = randomPair(random, m, random() % 2 ? 128 : 2);
+        if (random() % 2)  // often a subset
+            for (unsigned i = 0; i < std::min(n, m); ++i)
+                if (b.model[i]) {
+                    a.model[i] = true;
+                    a.bits.set(i);
+                }
+        const auto in = [](const Model& model, unsigned i) { return i < model.size() && model[i]; };
+        bool superset = true;
+        bool common = false;
+        for (unsigned i = 0; i < n; ++i) {
+            superset = superset && (a.model[i] || !in(b.model, i));
+            common = common || (a.model[i] && in(b.model, i));
+        }
+        EXPECT_EQ(superset, a.bits.isSuperset(b.bits));
+        EXPECT_EQ(superset, b.bits.isSubset(a.bits));
+        EXPECT_EQ(common, a.bits.hasIntersection(b.bits));
+        EXPECT_EQ(common, b.bits.hasIntersection(a.bits));
+        EXPECT_EQ(a.model == b.model, a.bits == b.bits);
+        EXPECT_EQ(a.model != b.model, a.bits != b.bits);
+
+        // Combining is word by word over the words that both hold: the other's bits beyond its end
+        // take part, further words of this field stay.
+        const unsigned operation = random() % 3;
+        for (unsigned i = 0; i < std::min(n, b.bits.memSize() * 8); ++i) {
+            const bool left = a.model[i];
+            const bool right = i < m ? b.model[i] : b.beyond;
+            a.model[i] = operation == 0   ? left != right
+                         : operation == 1 ? left || right
+                                          : left && right;
+        }
+        operation == 0 ? a.bits ^= b.bits : operation == 1 ? a.bits |= b.bits : a.bits &= b.bits;
+        expectQueriesAgree(a.bits, a.model);
+        a.bits ^= a.bits;
+        EXPECT_FALSE(a.bits.isAnyBitSet());
+    }
+}
+
+TEST(Bitfield, HoldsAWordMoreThanFullOnes) {
+    struct Row {
+        unsigned n, bytes;
+    };
+    for (const Row& row : {Row{0, 0}, Row{1, 4}, Row{31, 4}, Row{32, 8}, Row{63, 8}, Row{64, 12}})
+        EXPECT_EQ(row.bytes, ZtBitfield(row.n).memSize()) << row.n;
+    ZtBitfield bits;
+    EXPECT_EQ(0u, bits.memSize());
+    bits.resize(0);
+    EXPECT_EQ(4u, bits.memSize());
+    EXPECT_EQ(0u, bits.firstSetBit());
+    EXPECT_EQ(0u, bits.lastSetBit());
+    EXPECT_TRUE(bits == ZtBitfield());
+    EXPECT_TRUE(ZtBitfield().isSuperset(ZtBitfield(5, 0)));
+}
+
+TEST(Bitfield, GrowingGivesTheNewBitsTheirValueWhateverTheWordsHeld) {
+    struct Row {
+        unsigned from, to;
+    };
+    for (const Row& row :
+         {Row{10, 40}, Row{32, 64}, Row{64, 70}, Row{0, 5}, Row{31, 32}, Row{32, 33}, Row{40, 45}})
+        for (int value : {ZtBitfield::INIT_SET, ZtBitfield::INIT_CLEAR}) {
+            SCOPED_TRACE(std::to_string(row.from) + " to " + std::to_string(row.to) + ", " +
+                         std::to_string(value));
+            const bool isSet = value == ZtBitfield::INIT_SET;
+            ZtBitfield bits;
+            bits.resize(row.from);
+            isSet ? bits.unsetAll() : bits.setAll();  // beyond the field too
+            bits.resize(row.to, value);
+            EXPECT_EQ(std::string(row.from, isSet ? '0' : '1') +
+                          std::string(row.to - row.from, isSet ? '1' : '0'),
+                      text(bits));
+        }
+}
+
+TEST(Bitfield, RangesBeyondTheFieldOrTurnedRoundTouchNothingElse) {
+    ZtBitfield bits(40);
+    bits.setRange(9, 8);
+    bits.setRange(40, 0xffffffffu);
+    EXPECT_FALSE(bits.isAnyBitSet());
+    bits.setRange(38, 0xffffffffu);
+    EXPECT_EQ(38u, bits.firstSetBit());
+    EXPECT_EQ(2u, bits.nSetBits());
+    bits.unsetRange(0, 0xffffffffu);
+    EXPECT_FALSE(bits.isAnyBitSet());
+    ZtBitfield().setRange(0, 7);
+    ContractCapture capture;
+    if (kChecked) {
+        EXPECT_THROW(bits[40], BrokenContract);
+        EXPECT_THROW(bits.set(40), BrokenContract);
+    }
+}
+
+TEST(Bitfield, CopiesAndMoves) {
+    Random random(3);
+    for (unsigned n : kSizes)
+        for (unsigned m : {0u, 31u, 33u, 5000u}) {
+            const Pair a = randomPair(random, n, 128);
+            ZtBitfield b = randomPair(random, m, 128).bits;
+            b = a.bits;
+            expectQueriesAgree(b, a.model);
+            EXPECT_EQ(a.bits.memSize(), b.memSize());
+            ZtBitfield& alias = b;
+            b = alias;
+            ZtBitfield c(std::move(b));
+            expectQueriesAgree(c, a.model);
+            b = std::move(c);
+            expectQueriesAgree(ZtBitfield(b), a.model);
+        }
+}
+
+TEST(Bitfield, FromLabelsComparesEveryLabelButSkipsFourZeros) {
+    Random random(11);
+    for (unsigned n = 0; n < 150; ++n)
+        for (int labelled : {0, 1, 128, 255}) {
+            const auto value = static_cast<unsigned char>(labelled);
+            Bytes labels(n);
+            for (auto& label : labels)
+                label = random() % 3 ? 0 : static_cast<unsigned char>(random());
+            for (unsigned i = 0; i < n; i += 5)
+                labels[i] = value;
+            Model expected(n);
+            for (unsigned i = 0; i < n; ++i) {
+                const unsigned group = i / 4 * 4;
+                const bool skipped = group + 4 <= n && labels[group] == 0 &&
+                                     labels[group + 1] == 0 && labels[group + 2] == 0 &&
+                                     labels[group + 3] == 0;
+                expected[i] = !skipped && labels[i] == value;
+            }
+            ZtBitfield bits(200, ZtBitfield::INIT_SET);
+            bits.fromLabels(n, labels.data(), value);
+            ASSERT_EQ(text(expected), text(bits)) << n << ", value " << labelled;
+            EXPECT_EQ(n / 32 * 4 + 4, bits.memSize());
+        }
+    ZtBitfield bits;
+    bits.fromLabels(0, nullptr, 1);
+    EXPECT_EQ(0u, bits.nBits());
+}
+
+TEST(Bitfield, ToLabelsWritesAsThePolicySays) {
+    const Bytes labels = {0, 0, 7, 7, 3, 3};
+    const ZtBitfield bits = fieldOf("010101");
+    const auto written = [&](unsigned n, const ZtBitfield& field, int policy) {
+        Bytes result = labels;
+        field.toLabels(n, result.data(), 7, policy);
+        return result;
+    };
+    EXPECT_EQ((Bytes{0, 7, 7, 7, 3, 7}), written(6, bits, ZtBitfield::INSERT_ALWAYS));
+    EXPECT_EQ((Bytes{0, 7, 7, 7, 3, 3}), written(6, bits, ZtBitfield::INSERT_WHERE_EMPTY));
+    EXPECT_EQ((Bytes{0, 7, 0, 7, 3, 7}), written(6, bits, ZtBitfield::INSERT_EXACTLY));
+    EXPECT_EQ((Bytes{0, 7, 7, 7, 3, 3}), written(4, bits, 99));
+    // The field is shorter than the labels, and its words are set beyond it.
+    const ZtBitfield shorter = fieldOf("01", ZtBitfield::INIT_SET);
+    EXPECT_EQ((Bytes{0, 7, 7, 7, 3, 3}), written(6, shorter, ZtBitfield::INSERT_ALWAYS));
+    EXPECT_EQ((Bytes{0, 7, 0, 0, 3, 3}), written(6, shorter, ZtBitfield::INSERT_EXACTLY));
+    bits.toLabels(0, nullptr, 7, ZtBitfield::INSERT_EXACTLY);
+    Random random(5);
+    for (unsigned n : kSizes) {
+        const Pair pair = randomPair(random, n, 200);
+        Bytes many(n, 0);
+        pair.bits.toLabels(n, many.data(), 9, ZtBitfield::INSERT_ALWAYS);
+        ZtBitfield back;
+        back.fromLabels(n, many.data(), 9);
+        expectQueriesAgree(back, pair.model);
+    }
+}
+
+class BitfieldFile : public testing::Test {
+protected:
+    BitfieldFile() {
+        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+        path_ = std::filesystem::temp_directory_path() /
+                std::filesystem::path(u8"bits-\u00e9-").concat(std::string(test->name()) + ".bin");
+        std::filesystem::remove(path_);
+    }
+    ~BitfieldFile() override { std::filesystem::remove(path_); }
+
+    // The path as the library takes it, in UTF-8.
+    std::string name() const {
+        const auto utf8 = path_.u8string();
+        return std::string(utf8.begin(), utf8.end());
+    }
+
+    void write(const Bytes& bytes) {
+        std::ofstream file(path_, std::ios::binary);
+        file.write(reinterpret_cast<const char*>(bytes.data()),
+                   static_cast<std::streamsize>(bytes.size()));
+    }
+    Bytes read() {
+        std::ifstream file(path_, std::ios::binary);
+        return Bytes(std::istreambuf_iterator<char>(file), {});
+    }
+
+    std::filesystem::path path_;
+};
+
+TEST_F(BitfieldFile, SavesTheBytesOfTheWordsUnmasked) {
+    EXPECT_TRUE(ZtBitfield(10, ZtBitfield::INIT_SET).save(name().c_str()));
+    EXPECT_EQ((Bytes{0xff, 0xff}), read());
+    EXPECT_TRUE(fieldOf("1000000011000000000000000000000001").save(name().c_str()));
+    EXPECT_EQ((Bytes{0x01, 0x03, 0, 0, 0x02}), read());
+    EXPECT_TRUE(ZtBitfield().save(name().c_str()));
+    EXPECT_EQ(Bytes{}, read());
+    EXPECT_FALSE(ZtBitfield(9).save("/nowhere/at/all"));
+    EXPECT_FALSE(ZtBitfield(9).save(nullptr));
+}
+
+TEST_F(BitfieldFile, LoadsWhatWasSaved) {
+    Random random(13);
+    for (unsigned n : {0u, 1u, 8u, 9u, 32u, 33u, 4096u * 8, 4096u * 8 + 1, 100000u}) {
+        SCOPED_TRACE(n);
+        const Pair pair = randomPair(random, n, 128);
+        ASSERT_TRUE(pair.bits.save(name().c_str()));
+        EXPECT_EQ((n + 7) / 8, read().size());
+        ZtBitfield bits;
+        EXPECT_TRUE(bits.load(name().c_str(), n));
+        expectQueriesAgree(bits, pair.model);
+    }
+}
+
+TEST_F(BitfieldFile, AFailedLoadKeepsTheBitsThatItDidNotReach) {
+    ZtBitfield bits = fieldOf("1111");
+    EXPECT_FALSE(bits.load(name().c_str(), 6)) << "there is no such file";
+    EXPECT_EQ("111100", text(bits));
+    write({0x02});
+    EXPECT_FALSE(bits.load(name().c_str(), 10));
+    EXPECT_EQ("0100000000", text(bits));
+    write({0x02, 0x01, 0xff, 0x80, 0x01});
+    bits = ZtBitfield(50, ZtBitfield::INIT_SET);
+    EXPECT_FALSE(bits.load(name().c_str(), 60));
+    EXPECT_EQ(
+        "01000000"
+        "10000000"
+        "11111111"
+        "00000001"
+        "10000000"
+        "1111111111"
+        "0000000000",
+        text(bits));
+    EXPECT_TRUE(bits.load(name().c_str(), 12));
+    EXPECT_EQ("010000001000", text(bits));
+    EXPECT_FALSE(bits.load(nullptr, 3));
+}
+
+TEST(Bitfield, PrintsItsBits) {
+    ZtString string("before");
+    fieldOf("10011").print(string);
+    EXPECT_STREQ("10011", string.getString());
+    ZtBitfield().print(string);
+    EXPECT_STREQ("", string.getString());
+    Random random(17);
+    const Pair pair = randomPair(random, 300, 128);
+    pair.bits.print(string);
+    EXPECT_EQ(text(pair.model), string.getString());
+}
+
+TEST(Bitfield, DigestTakesAByteForEachFullWordAndTheLastWord) {
+    // The digests are those of the bytes named on the right, computed by another program.
+    struct Row {
+        ZtBitfield bits;
+        const char* digest;
+    };
+    ZtBitfield counting(32 * 5 + 3, ZtBitfield::INIT_SET);
+    for (unsigned i = 0; i < 32 * 5; ++i)
+        counting.set(i, (0x04030201u >> i % 32 & 1u) != 0 && i < 64);
+    const Row rows[] = {
+        {ZtBitfield(), "d41d8cd98f00b204e9800998ecf8427e"},                          // nothing
+        {ZtBitfield(10, ZtBitfield::INIT_SET), "f5b52b16d58f31e24c53d6e3fbca16ec"},  // ff 03 00 00
+        {ZtBitfield(32, ZtBitfield::INIT_SET),
+         "22d4f4bef6981e0861c9f36ce14226e9"},            // ff, then 00 00 00 00
+        {counting, "db35aa6f4419a16986e3ec9e56ca3512"},  // 01 02 03 04 01, then 07 00 00 00
+    };
+    for (const Row& row : rows) {
+        ZtString string;
+        row.bits.md5(string);
+        EXPECT_STREQ(row.digest, string.getString()) << row.bits.nBits();
+        unsigned char digest[16];
+        row.bits.md5(digest);
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", digest[15]);
+        EXPECT_STREQ(row.digest + 30, digits);
+    }
+}
+
+}  // namespace
