@@ -76,8 +76,11 @@ const Record& TypeRegistry::unknown() {
 
 // The slot that holds the name, or the empty one where it belongs.
 Record** TypeRegistry::slotOf(const char* name) const {
+    // Names that differ in their last characters have neighbouring hash values; without the factor
+    // (2^32 divided by the golden ratio) they would crowd one stretch of the table.
+    constexpr unsigned kScatter = 0x9e3779b1u;
     const auto capacity = static_cast<unsigned>(capacity_);
-    unsigned slot = static_cast<unsigned>(zt_hash(name)) % capacity;
+    unsigned slot = static_cast<unsigned>(zt_hash(name)) * kScatter % capacity;
     while (slots_[slot] && std::strcmp(slots_[slot]->name, name) != 0)
         slot = (slot + 1) % capacity;
     return &slots_[slot];
