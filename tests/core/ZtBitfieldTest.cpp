@@ -115,7 +115,8 @@ TEST(Bitfield, RandomOperationsAgreeWithTheModel) {
             } else if (n > 0) {
                 const unsigned i = random() % n;
                 const unsigned last = i + random() % (n - i);
-                const auto from = model.begin() + i;
+                const auto from = model.begin() + static_cast<std::ptrdiff_t>(i);
+                const auto to = model.begin() + static_cast<std::ptrdiff_t>(last) + 1;
                 switch (operation) {
                     case 4:
                         bits.set(i);
@@ -131,11 +132,11 @@ TEST(Bitfield, RandomOperationsAgreeWithTheModel) {
                         break;
                     case 7:
                         bits.setRange(i, last);
-                        std::fill(from, model.begin() + last + 1, true);
+                        std::fill(from, to, true);
                         break;
                     default:
                         bits.unsetRange(i, last);
-                        std::fill(from, model.begin() + last + 1, false);
+                        std::fill(from, to, false);
                 }
             }
             expectQueriesAgree(bits, model);
