@@ -27,7 +27,7 @@ public:
     float value() const { return value_; }
 
 private:
-    void add(const std::string& entry) { shown_ += (shown_.empty() ? "" : " ") + entry; }
+    void add(const std::string& entry) { shown_.append(shown_.empty() ? "" : " ").append(entry); }
 
     void beforeStartWorking() override { add("before"); }
     void afterStopWorking() override { add("after"); }
@@ -37,7 +37,9 @@ private:
         add(digits);
         value_ = value;
     }
-    void setProgressText(const char* text) override { add("'" + std::string(text) + "'"); }
+    void setProgressText(const char* text) override {
+        add(std::string("'").append(text).append("'"));
+    }
 
     std::string shown_;
     float value_ = -1;
