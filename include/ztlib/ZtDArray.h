@@ -1,506 +1,673 @@
-// The growable array that every list of the library is.
+// The growable array: the one list type of the library.
 #pragma once
 
 #include <ztlib/ZtContract.h>
+#include <ztlib/ZtExport.h>
+#include <ztlib/ZtIsRelocatable.h>
 #include <ztlib/ZtMemory.h>
 
 #include <climits>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <type_traits>
 
-/// Whether an object of type `T` may be moved by copying its bytes. Taken as true; specialise it as
-/// false for a type that points into itself.
-template <class T>
-struct ZtIsRelocatable : std::true_type {};
+namespace zt_detail {
 
-/// A contiguous array that grows by half of its size and moves its elements bitwise: growing is one
-/// `ztrealloc`, opening and closing a gap one block move. Element types must be relocatable so (see
-/// `ZtIsRelocatable`). Indices are not checked (in a checked build they are contracts); sizes are
-/// signed 32-bit, and a request beyond them throws `ZtMemoryException`. A count below 1 means
-/// "nothing" unless stated otherwise. Arguments may refer to the array's own elements. When memory
-/// runs out the array is as it was. An array is used by one thread at a time.
+/// The part of the array's work that does not depend on the element type.
+struct ZTLIB_API ArrayMemory {
+    /// Makes room for `needed` > `max` elements: the capacity becomes the larger of `needed` and
+    /// 1.5 x `size`, rounded down. Returns the buffer's new place. Throws `ZtMemoryException`, and
+    /// changes nothing, when memory is exhausted or the capacity beyond what 31 bits number.
+    static void* grow(void* data, int& max, int size, long long needed, std::size_t elementSize);
+
+    /// Makes the capacity exactly `newMax`; 0 frees the buffer and returns null.
+    static void* setMax(void* data, int& max, int newMax, std::size_t elementSize);
+
+    static void swapBytes(void* a, void* b, std::size_t count) noexcept;
+
+    /// Moves the last `moved` bytes of a block to its front (or the first ones to its end), and the
+    /// others after (or before) them. Takes a buffer of `moved` bytes.
+    static void rotate(void* data, std::size_t count, std::size_t moved, bool toFront);
+};
+
+}  // namespace zt_detail
+
+/// A growable array with signed 32-bit sizes and indices, in one buffer from `ztmalloc`.
 ///
-/// Slots that are opened without a value (`resize`, `appendSpace`, `insertSpace`) are raw; for
-/// element types with a destructor they are zero bytes. Removing elements runs their destructors,
-/// `remax` and `release` do not.
+/// Elements are moved by copying their bytes, when the buffer grows and when a gap is opened or
+/// closed, which makes insertion and removal cheap for element types with heap data of their own.
+/// A type that cannot bear it (`ZtIsRelocatable`) is refused; use `std::vector` for those.
 ///
-/// The second parameter has no effect and is always 1.
+/// Appending n elements one by one costs O(n): the capacity grows to 1.5 x the size. Only `remax`
+/// ever makes the buffer smaller. A reference to an element holds until the array grows or an
+/// element before it comes or goes; passing an own element to an operation of the array is safe.
+/// Indices are checked as contracts only. An operation that cannot get memory throws
+/// `ZtMemoryException` and leaves the array as it was. One thread at a time.
+///
+/// The second parameter is always 1.
 template <class T, int N = 1>
 class ZtDArray {
-    static_assert(ZtIsRelocatable<T>::value, "elements are moved bitwise");
-    static_assert(alignof(T) <= alignof(std::max_align_t), "ztmalloc aligns no further");
-
 public:
+    /// Orders two elements: negative, 0 or positive as the first is less, equal or greater.
+    typedef int (*Compare)(const T&, const T&);
+
     ZtDArray() = default;
 
-    /// `remax(max, size)` of an empty array: `size` raw slots.
+    /// Makes `size` raw slots (see `resize`) and room for `max` elements if that is more.
     explicit ZtDArray(int size, int max = -1) { remax(max, size); }
 
-    /// A copy whose capacity is exactly its size.
-    ZtDArray(const ZtDArray& other) { insertArray(0, other); }
+    /// Copies the elements; the capacity is exactly their number.
+    ZtDArray(const ZtDArray& other);
 
-    ~ZtDArray() {
-        destroy(0, size_);
-        ztfree(data_);
-    }
+    /// Takes the buffer over and leaves the other array empty and without one.
+    ZtDArray(ZtDArray&& other) noexcept { swapWith(other); }
 
-    /// Assigns the elements that both have, in ascending order, and copies the rest; the capacity
-    /// never shrinks.
-    ZtDArray& operator=(const ZtDArray& other) {
-        if (this == &other)
-            return *this;
-        const int n = other.size_ < 0 ? 0 : other.size_;
-        reserve(n);
-        const int shared = n < size_ ? n : size_;
-        for (int i = 0; i < shared; ++i)
-            data_[i] = other.data_[i];
-        destroy(n, size_);
-        size_ = shared;
-        for (; size_ < n; ++size_)
-            new (static_cast<void*>(data_ + size_)) T(other.data_[size_]);
-        return *this;
-    }
+    ~ZtDArray();
 
-    /// Adopts a buffer from `ztmalloc` that holds `n` elements; the old one is not freed.
-    void setRawData(int n, T* pointer) {
-        data_ = pointer;
-        size_ = max_ = pointer && n > 0 ? n : 0;
-    }
+    /// Copies the elements; the capacity never shrinks. When copying an element throws, the
+    /// elements before it have their new values.
+    ZtDArray& operator=(const ZtDArray& other);
 
-    /// Forgets the buffer without freeing it: the caller owns it now.
-    void release() {
-        size_ = max_ = 0;
-        data_ = nullptr;
-    }
+    /// Adopts a block from `ztmalloc` that holds `n` elements, which are then size and capacity.
+    /// The old buffer is not freed, nor are its elements destroyed.
+    void setRawData(int n, T* data);
+
+    /// Forgets the buffer without freeing it: it is the caller's, who asked for it by `dataPtr`.
+    void release();
 
     int size() const { return size_; }
-    std::size_t dataSizeInBytes() const { return static_cast<std::size_t>(size_) * sizeof(T); }
-    /// The capacity.
+    std::size_t dataSizeInBytes() const { return bytes(size_); }
+    /// Returns the capacity.
     int getMax() const { return max_; }
     bool isEmptyArray() const { return size_ == 0; }
     bool isNotEmptyArray() const { return size_ != 0; }
-    bool isValidIndex(int i) const { return i >= 0 && i < size_; }
+    bool isValidIndex(int i) const { return 0 <= i && i < size_; }
     bool isConsistent() const { return max_ >= 0 && max_ >= size_; }
 
-    /// Element `i`; of a 64-bit index the low 32 bits count. Expects a valid index.
-    T& operator[](int i) {
-        ZT_REQUIRE(isValidIndex(i));
-        return data_[i];
-    }
-    const T& operator[](int i) const {
-        ZT_REQUIRE(isValidIndex(i));
-        return data_[i];
-    }
-    // One overload per integer type: the conversion to a pointer would make all others ambiguous.
-    T& operator[](unsigned i) { return (*this)[static_cast<int>(i)]; }
-    T& operator[](long i) { return (*this)[static_cast<int>(i)]; }
-    T& operator[](unsigned long i) { return (*this)[static_cast<int>(i)]; }
-    T& operator[](long long i) { return (*this)[static_cast<int>(i)]; }
-    T& operator[](unsigned long long i) { return (*this)[static_cast<int>(i)]; }
-    const T& operator[](unsigned i) const { return (*this)[static_cast<int>(i)]; }
-    const T& operator[](long i) const { return (*this)[static_cast<int>(i)]; }
-    const T& operator[](unsigned long i) const { return (*this)[static_cast<int>(i)]; }
-    const T& operator[](long long i) const { return (*this)[static_cast<int>(i)]; }
-    const T& operator[](unsigned long long i) const { return (*this)[static_cast<int>(i)]; }
+    /// Returns an element; expects a valid index. Of a 64-bit index the low 32 bits count.
+    T& operator[](int i) { return at(i); }
+    T& operator[](unsigned i) { return at(static_cast<int>(i)); }
+    T& operator[](long i) { return at(static_cast<int>(i)); }
+    T& operator[](unsigned long i) { return at(static_cast<int>(i)); }
+    T& operator[](long long i) { return at(static_cast<int>(i)); }
+    T& operator[](unsigned long long i) { return at(static_cast<int>(i)); }
+    const T& operator[](int i) const { return at(i); }
+    const T& operator[](unsigned i) const { return at(static_cast<int>(i)); }
+    const T& operator[](long i) const { return at(static_cast<int>(i)); }
+    const T& operator[](unsigned long i) const { return at(static_cast<int>(i)); }
+    const T& operator[](long long i) const { return at(static_cast<int>(i)); }
+    const T& operator[](unsigned long long i) const { return at(static_cast<int>(i)); }
 
-    /// The buffer; null when there is none.
+    /// Return the buffer, null when there is none. `first` and `front` do, too.
+    T* dataPtr() { return data_; }
+    const T* dataPtr() const { return data_; }
+    operator T*() { return data_; }
+    operator const T*() const { return data_; }
     T* first() { return data_; }
     const T* first() const { return data_; }
     T* front() { return data_; }
     const T* front() const { return data_; }
     T* begin() { return data_; }
     const T* begin() const { return data_; }
-    T* dataPtr() { return data_; }
-    const T* dataPtr() const { return data_; }
-    operator T*() { return data_; }
-    operator const T*() const { return data_; }
     T* end() { return data_ + size_; }
     const T* end() const { return data_ + size_; }
 
-    /// The last element. Expects a non-empty array.
-    T& last() { return (*this)[size_ - 1]; }
-    const T& last() const { return (*this)[size_ - 1]; }
-    T& back() { return last(); }
-    const T& back() const { return last(); }
+    /// Return the last element; expect that there is one.
+    T& last() { return at(size_ - 1); }
+    const T& last() const { return at(size_ - 1); }
+    T& back() { return at(size_ - 1); }
+    const T& back() const { return at(size_ - 1); }
 
-    /// Sets the capacity to the larger of `newMax` and `newSize` exactly, and the size to
-    /// `newSize`; a negative argument stands for the old size. Elements beyond the new size are not
-    /// destroyed, new slots are raw. Returns the old capacity minus the new one.
-    int remax(int newMax = -1, int newSize = -1) {
-        const int wantedSize = newSize < 0 ? size_ : newSize;
-        const int wantedMax = newMax < 0 ? size_ : newMax;
-        const int oldMax = max_;
-        const int oldSize = size_;
-        setCapacity(wantedMax > wantedSize ? wantedMax : wantedSize);
-        size_ = wantedSize;
-        clearRaw(oldSize, size_);
-        return oldMax - max_;
-    }
+    /// Makes the size `newSize` and the capacity exactly the larger of `newMax` and `newSize`,
+    /// where a negative number stands for the present size. New slots are as those of `resize`;
+    /// elements beyond the new size are not destroyed. Returns the old capacity less the new one.
+    int remax(int newMax = -1, int newSize = -1);
 
-    /// Sets the size (negative: 0) and returns it. New slots are raw.
-    int resize(int n) {
-        n = n < 0 ? 0 : n;
-        reserve(n);
-        destroy(n, size_);
-        const int oldSize = size_;
-        size_ = n;
-        clearRaw(oldSize, n);
-        return n;
-    }
+    /// Makes the size `n` (0 if negative) and returns it. New slots are raw: no constructor runs.
+    /// Their bytes are 0 if the element type has a destructor, else anything.
+    int resize(int n);
 
-    /// Adds `n` raw slots at the end and returns the index of the first. A negative `n` removes.
-    int appendSpace(int n = 1) {
-        const long long wanted = static_cast<long long>(size_) + n;
-        resize(checkedSize(wanted < 0 ? 0 : wanted));
-        return static_cast<int>(size_ - static_cast<long long>(n));
-    }
+    /// Adds `n` raw slots at the end (or, if negative, removes elements) and returns the index of
+    /// the first: the new size less `n`.
+    int appendSpace(int n = 1);
 
-    /// Opens a gap of `n` raw slots before index `pos`. Expects 0 <= pos <= size.
-    void insertSpace(int pos, int n = 1) {
-        if (n < 1)
-            return;
-        insertMemory(pos, n);
-        clearRaw(pos, pos + n);
-    }
+    /// Opens a gap of `n` raw slots before index `pos`.
+    void insertSpace(int pos, int n = 1);
 
-    /// Destroys every element and keeps the buffer.
-    void clear() {
-        destroy(0, size_);
-        size_ = 0;
-    }
+    /// Destroys all elements; the buffer is kept.
+    void clear();
 
-    /// Inserts copies of the `n` elements at `pointer` before index `pos`. They may be elements of
-    /// this array; a source that straddles `pos` is not split: its part behind `pos` is copied from
-    /// the bytes that the gap left there. Expects 0 <= pos <= size.
-    void insert(int pos, int n, const T* pointer) {
-        if (n < 1)
-            return;
-        const bool own = isOwn(pointer);
-        const std::ptrdiff_t start = own ? pointer - data_ : 0;
-        insertMemory(pos, n);
-        const T* source = !own ? pointer : data_ + (pos <= start ? start + n : start);
-        copyConstruct(pos, n, source);
-    }
+    /// Inserts copies of `n` elements before index `pos`. The source may lie in this array, but a
+    /// source that straddles `pos` is not split: its copies past `pos` have unspecified values.
+    void insert(int pos, int n, const T* source);
     void insert(int pos, const T& value) { insert(pos, 1, &value); }
     void insertArray(int pos, const ZtDArray& other) { insert(pos, other.size_, other.data_); }
 
-    /// Appends copies of `n` elements (of this array, perhaps); returns the index of the first.
-    int append(int n, const T* pointer) {
-        const int at = size_;
-        insert(at, n, pointer);
-        return at;
-    }
-    int appendArray(const ZtDArray& other) { return append(other.size_, other.data_); }
-
-    /// Appends a value and returns its index. Amortised constant time.
-    int push(const T& value) {
-        if (size_ < max_)
-            new (static_cast<void*>(data_ + size_)) T(value);
-        else
-            return append(1, &value);
-        return size_++;
-    }
+    /// Append and return the index of the first new element.
+    int append(int n, const T* source);
     int append(const T& value) { return push(value); }
+    int appendArray(const ZtDArray& other) { return append(other.size_, other.data_); }
+    int push(const T& value);
     void push_back(const T& value) { push(value); }
 
-    /// Inserts into an array that `compare` orders, behind all elements that compare equal, and
-    /// returns the index. `lo` and `hi` bound the search to the open interval (lo, hi); an `hi` of
-    /// -1 is the size. Logarithmic search, linear move.
-    int insertSorted(const T& value, int (*compare)(const T&, const T&), int lo = -1, int hi = -1) {
-        bisect(value, compare, lo, hi);
-        insert(lo + 1, value);
-        return lo + 1;
-    }
+    /// Inserts into an ascending array, after all elements that compare equal, and returns the
+    /// index. Searches between the indices `lo` and `hi`, both exclusive; -1 for `hi` is the size.
+    int insertSorted(const T& value, Compare compare, int lo = -1, int hi = -1);
 
-    /// Appends each element of `other` that this array does not hold yet. Quadratic.
-    void join(const ZtDArray& other) {
-        if (this == &other)
-            return;
-        for (int i = 0; i < other.size_; ++i)
-            if (!contains(other.data_[i]))
-                push(other.data_[i]);
-    }
+    /// Appends those elements of `other` that are not yet here, each once. O(size x other size).
+    void join(const ZtDArray& other);
 
-    /// Removes `n` elements from index `pos` on; the order and the capacity stay. Expects that the
-    /// array has them; what it has not is left out.
-    void remove(int pos, int n = 1) {
-        if (n < 1)
-            return;
-        ZT_REQUIRE(pos >= 0 && pos <= size_ && n <= size_ - pos);
-        if (pos < 0 || pos >= size_) {
-            removeLast(n);
-            return;
-        }
-        const int tail = n < size_ - pos ? size_ - pos - n : 0;
-        destroy(pos, size_ - tail);
-        if (tail > 0)
-            std::memmove(static_cast<void*>(data_ + pos), data_ + size_ - tail, bytes(tail));
-        size_ = pos + tail;
-    }
-
-    /// Removes the last `n` elements. Expects that the array has them.
-    void removeLast(int n = 1) {
-        if (n < 1)
-            return;
-        ZT_REQUIRE(n <= size_);
-        const int rest = n < size_ ? size_ - n : 0;
-        destroy(rest, size_);
-        size_ = rest;
-    }
+    /// Removes `n` elements from index `pos` on and keeps the order of the others.
+    void remove(int pos, int n = 1);
+    void removeLast(int n = 1);
 
     /// Moves the last element to `out` and returns 1; returns 0 when there is none.
-    int pop(T& out) {
-        if (size_ < 1)
-            return 0;
-        out = data_[size_ - 1];
-        pop_back();
-        return 1;
-    }
+    int pop(T& out);
+    void pop_back() { truncate(size_ - 1); }
 
-    /// Removes the last element, if there is one.
-    void pop_back() {
-        if (size_ < 1)
-            return;
-        destroy(size_ - 1, size_);
-        --size_;
-    }
+    /// Removes all elements equal to `value`, keeps the order of the others and returns how many
+    /// were removed. O(size).
+    int removeValue(const T& value);
 
-    /// Removes every element equal to `value` and returns how many there were; the order stays.
-    int removeValue(const T& value) {
-        const T wanted(value);  // may be an element that is removed
-        int removed = 0;
-        for (int i = size_ - 1; i >= 0; --i)
-            if (data_[i] == wanted) {
-                remove(i, 1);
-                ++removed;
-            }
-        return removed;
-    }
-
-    /// The lowest index of an element equal to `value`, or -1. Linear.
-    int index(const T& value) const {
-        for (int i = 0; i < size_; ++i)
-            if (data_[i] == value)
-                return i;
-        return -1;
-    }
+    /// Returns the lowest index of an element equal to `value`, -1 if there is none. O(size).
+    int index(const T& value) const;
     bool contains(const T& value) const { return index(value) != -1; }
 
-    /// An index of an element equal to `value` in an array that `compare` orders, or -1. Bounds as
-    /// for `insertSorted`; of given bounds the elements at `lo` and `hi` are looked at, too.
-    int findSorted(const T& value, int (*compare)(const T&, const T&), int lo = -1,
-                   int hi = -1) const {
-        bisect(value, compare, lo, hi);
-        if (lo >= 0 && lo < size_ && compare(value, data_[lo]) == 0)
-            return lo;
-        return hi >= 0 && hi < size_ && compare(value, data_[hi]) == 0 ? hi : -1;
-    }
+    /// Returns the index of an element of an ascending array that compares equal to `value`, -1 if
+    /// there is none. Searches between the indices `lo` and `hi`, of which an explicitly given one
+    /// is looked at, too; -1 for `hi` is the size. O(log size).
+    int findSorted(const T& value, Compare compare, int lo = -1, int hi = -1) const;
 
-    /// Sorts by the runtime's `qsort`; equal elements end in no particular order.
-    void sort(int (*compare)(const T&, const T&)) {
-        if (size_ < 2)
-            return;
-        // Both are pointers to functions of two addresses that return int; qsort hands over the
-        // addresses of elements, which is what a reference is on every system we build for.
-        using Untyped = int (*)(const void*, const void*);
-        std::qsort(static_cast<void*>(data_), static_cast<std::size_t>(size_), sizeof(T),
-                   reinterpret_cast<Untyped>(reinterpret_cast<void (*)()>(compare)));
-    }
+    /// Sorts by the runtime's `qsort`; equal elements end in any order.
+    void sort(Compare compare);
 
-    /// Exchanges two elements, bitwise. Expects valid indices.
-    void swap(int i, int j) {
-        ZT_REQUIRE(isValidIndex(i) && isValidIndex(j));
-        if (i == j)
-            return;
-        alignas(T) unsigned char saved[sizeof(T)];
-        std::memcpy(saved, static_cast<const void*>(data_ + i), sizeof(T));
-        std::memcpy(static_cast<void*>(data_ + i), static_cast<const void*>(data_ + j), sizeof(T));
-        std::memcpy(static_cast<void*>(data_ + j), saved, sizeof(T));
-    }
+    void swap(int i, int j);
+    /// Exchanges the buffers of two arrays; no element is touched.
+    void swapWith(ZtDArray& other) noexcept;
+    void reverse();
+    /// Rotates by |k| <= size places, towards higher indices if k is positive. Takes a buffer of
+    /// |k| elements.
+    void rotate(int k = 1);
+    void fill(const T& value);
 
-    /// Exchanges the buffers of two arrays in constant time.
-    void swapWith(ZtDArray& other) {
-        const Fields mine = {size_, max_, data_};
-        size_ = other.size_;
-        max_ = other.max_;
-        data_ = other.data_;
-        other.size_ = mine.size;
-        other.max_ = mine.max;
-        other.data_ = mine.data;
-    }
-
-    void reverse() {
-        for (int i = 0; i < size_ / 2; ++i)
-            swap(i, size_ - 1 - i);
-    }
-
-    /// Rotates by `k` places towards higher indices, by -k towards lower ones for a negative `k`.
-    /// Expects |k| <= size; a larger `k` changes nothing. Takes a temporary buffer of |k| elements.
-    void rotate(int k = 1) {
-        const long long m = k < 0 ? -static_cast<long long>(k) : k;
-        ZT_REQUIRE(m <= size_);
-        if (m > size_)
-            return;
-        const int moved = static_cast<int>(m);
-        const int rest = size_ - moved;
-        void* saved = ztmalloc(bytes(moved));
-        if (moved > 0) {
-            T* from = k < 0 ? data_ : data_ + rest;
-            T* to = k < 0 ? data_ + rest : data_;
-            std::memcpy(saved, static_cast<const void*>(from), bytes(moved));
-            std::memmove(static_cast<void*>(k < 0 ? data_ : data_ + moved),
-                         k < 0 ? data_ + moved : data_, bytes(rest));
-            std::memcpy(static_cast<void*>(to), saved, bytes(moved));
-        }
-        ztfree(saved);
-    }
-
-    /// Sets every element to `value`.
-    void fill(const T& value) {
-        if (size_ < 1)
-            return;
-        if constexpr (sizeof(T) == 1 && std::is_trivially_copyable_v<T>) {
-            unsigned char byte;
-            std::memcpy(&byte, &value, 1);
-            std::memset(static_cast<void*>(data_), byte, bytes(size_));
-        } else {
-            const T wanted(value);  // may be an element
-            for (int i = 0; i < size_; ++i)
-                data_[i] = wanted;
-        }
-    }
-
-    bool operator==(const ZtDArray& other) const {
-        if (size_ != other.size_)
-            return false;
-        for (int i = 0; i < size_; ++i)
-            if (!(data_[i] == other.data_[i]))
-                return false;
-        return true;
-    }
+    bool operator==(const ZtDArray& other) const;
     bool operator!=(const ZtDArray& other) const { return !(*this == other); }
 
 protected:
-    /// Opens a gap of `n` slots before index `pos` that holds stale bytes. Expects n >= 0 and
-    /// 0 <= pos <= size. The array is unchanged when memory runs out.
-    void insertMemory(int pos, int n) {
-        ZT_REQUIRE(n >= 0 && pos >= 0 && pos <= size_);
-        const int needed = checkedSize(static_cast<long long>(size_) + n);
-        reserve(needed);
-        if (pos < size_)
-            std::memmove(static_cast<void*>(data_ + pos + n), data_ + pos, bytes(size_ - pos));
-        size_ = needed;
-    }
+    /// Opens a gap of `n` >= 1 slots before index `pos`, whose bytes are what they are.
+    void insertMemory(int pos, int n);
 
 private:
-    struct Fields {
-        int size;
-        int max;
-        T* data;
-    };
-
+    static constexpr bool kHasDestructor = !std::is_trivially_destructible_v<T>;
     static constexpr bool kIsPlain = std::is_trivially_copyable_v<T>;
+    /// Equal values are equal bytes.
+    static constexpr bool kIsEqualByBytes = std::is_integral_v<T> || std::is_pointer_v<T>;
 
-    static std::size_t bytes(int n) { return static_cast<std::size_t>(n) * sizeof(T); }
+    static std::size_t bytes(long long n) { return static_cast<std::size_t>(n) * sizeof(T); }
+    static void copyConstruct(T* target, int n, const T* source);
+    static void destroy(T* from, T* to) noexcept;
 
-    /// `n` as a size; throws when it is none.
-    static int checkedSize(long long n) {
-        if (n > INT_MAX)
-            ztThrowMemoryException(saturatedBytes(n));
-        return static_cast<int>(n);
+    T& at(int i) {
+        ZT_REQUIRE(isValidIndex(i));
+        return data_[i];
+    }
+    const T& at(int i) const {
+        ZT_REQUIRE(isValidIndex(i));
+        return data_[i];
     }
 
-    static std::size_t saturatedBytes(long long n) {
-        const std::size_t most = static_cast<std::size_t>(-1);
-        return static_cast<unsigned long long>(n) > most / sizeof(T)
-                   ? most
-                   : static_cast<std::size_t>(n) * sizeof(T);
-    }
-
-    /// Grows to hold `needed` elements: to the larger of that and 1.5 times the current size.
-    void reserve(int needed) {
-        if (needed <= max_)
-            return;
-        const double half = size_ * 1.5;
-        const int grown = half < INT_MAX ? static_cast<int>(half) : INT_MAX;
-        setCapacity(grown > needed ? grown : needed);
-    }
-
-    void setCapacity(int capacity) {
-        if (capacity == max_)
-            return;
-        if (capacity == 0) {
-            ztfree(data_);
-            data_ = nullptr;
-        } else {
-            if (static_cast<unsigned>(capacity) > static_cast<std::size_t>(-1) / sizeof(T))
-                ztThrowMemoryException(saturatedBytes(capacity));
-            data_ = static_cast<T*>(ztrealloc(static_cast<void*>(data_), bytes(capacity)));
-        }
-        max_ = capacity;
-    }
-
-    bool isOwn(const T* pointer) const {
-        const auto address = reinterpret_cast<std::uintptr_t>(pointer);
-        const auto start = reinterpret_cast<std::uintptr_t>(data_);
-        return data_ && address >= start && address < start + bytes(size_);
-    }
-
-    /// Fills the gap of `n` slots at `pos` with copies; closes it again if a copy throws.
-    void copyConstruct(int pos, int n, const T* source) {
-        if constexpr (kIsPlain) {
-            std::memmove(static_cast<void*>(data_ + pos), source, bytes(n));
-        } else {
-            int i = n;
-            try {
-                for (; i > 0; --i)
-                    new (static_cast<void*>(data_ + pos + i - 1)) T(source[i - 1]);
-            } catch (...) {
-                destroy(pos + i, pos + n);
-                std::memmove(static_cast<void*>(data_ + pos), data_ + pos + n,
-                             bytes(size_ - pos - n));
-                size_ -= n;
-                throw;
-            }
-        }
-    }
-
-    /// Runs the destructors of the elements from `from` to before `to`.
-    void destroy(int from, int to) {
-        if constexpr (!std::is_trivially_destructible_v<T>) {
-            for (int i = from; i < to; ++i)
-                data_[i].T::~T();
-        }
-    }
-
-    /// Zeroes raw slots whose type has a destructor, which would otherwise run on stale bytes.
-    void clearRaw(int from, int to) {
-        if constexpr (!std::is_trivially_destructible_v<T>) {
-            if (from < to)
-                std::memset(static_cast<void*>(data_ + from), 0, bytes(to - from));
-        }
-    }
-
-    /// Narrows (lo, hi) until `value` belongs right behind `lo`; an `hi` of -1 becomes the size.
-    void bisect(const T& value, int (*compare)(const T&, const T&), int& lo, int& hi) const {
-        if (hi == -1)
-            hi = size_;
-        while (static_cast<long long>(hi) - lo >= 2) {
-            const int mid = static_cast<int>((static_cast<long long>(lo) + hi) / 2);
-            if (compare(value, data_[mid]) >= 0)
-                lo = mid;
-            else
-                hi = mid;
-        }
-    }
+    bool isOwn(const T* element) const;
+    void growTo(long long needed);
+    int pushGrowing(const T& value);
+    void truncate(int n);
+    void prepareRawSlots(int from, int n);
+    void closeGap(int pos, int n);
+    int bisect(const T& value, Compare compare, int& lo, int hi) const;
 
     int size_ = 0;
     int max_ = 0;
     T* data_ = nullptr;
 };
+
+template <class T, int N>
+ZtDArray<T, N>::ZtDArray(const ZtDArray& other) {
+    try {
+        insert(0, other.size_, other.data_);
+    } catch (...) {
+        ztfree(data_);
+        throw;
+    }
+}
+
+template <class T, int N>
+ZtDArray<T, N>::~ZtDArray() {
+    static_assert(
+        ZtIsRelocatable<T>::value,
+        "the array moves its elements by copying their bytes, which this type cannot bear");
+    static_assert(alignof(T) <= alignof(std::max_align_t), "the heap does not align as this needs");
+    if constexpr (kHasDestructor)
+        destroy(data_, data_ + size_);
+    if (data_)
+        ztfree(data_);
+}
+
+template <class T, int N>
+ZtDArray<T, N>& ZtDArray<T, N>::operator=(const ZtDArray& other) {
+    if (this == &other)
+        return *this;
+    const int n = other.size_ < 0 ? 0 : other.size_;
+    if (n > max_)
+        growTo(n);
+    if constexpr (kIsPlain) {
+        if (n > 0)
+            std::memcpy(static_cast<void*>(data_), other.data_, bytes(n));
+        size_ = n;
+    } else {
+        for (int i = 0; i < size_ && i < n; ++i)
+            data_[i] = other.data_[i];
+        for (; size_ < n; ++size_)
+            ::new (static_cast<void*>(data_ + size_)) T(other.data_[size_]);
+        truncate(n);
+    }
+    return *this;
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::setRawData(int n, T* data) {
+    size_ = max_ = data && n > 0 ? n : 0;
+    data_ = data;
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::release() {
+    size_ = max_ = 0;
+    data_ = nullptr;
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::remax(int newMax, int newSize) {
+    const int oldMax = max_;
+    const int oldSize = size_;
+    if (newMax < 0)
+        newMax = size_;
+    if (newSize < 0)
+        newSize = size_;
+    const int capacity = newMax > newSize ? newMax : newSize;
+    if (capacity != max_)
+        data_ = static_cast<T*>(zt_detail::ArrayMemory::setMax(data_, max_, capacity, sizeof(T)));
+    size_ = newSize;
+    prepareRawSlots(oldSize, newSize - oldSize);
+    return oldMax - max_;
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::resize(int n) {
+    if (n < 0)
+        n = 0;
+    if (n <= size_) {
+        truncate(n);
+        return n;
+    }
+    if (n > max_)
+        growTo(n);
+    prepareRawSlots(size_, n - size_);
+    return size_ = n;
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::appendSpace(int n) {
+    const long long wanted = static_cast<long long>(size_) + n;
+    if (wanted > max_)
+        growTo(wanted);
+    // Subtracting the smallest number of all does not fit.
+    const long long firstNew =
+        resize(wanted < 0 ? 0 : static_cast<int>(wanted)) - static_cast<long long>(n);
+    return firstNew > INT_MAX ? INT_MAX : static_cast<int>(firstNew);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::insertSpace(int pos, int n) {
+    if (n < 1)
+        return;
+    insertMemory(pos, n);
+    prepareRawSlots(pos, n);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::clear() {
+    truncate(0);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::insert(int pos, int n, const T* source) {
+    if (n < 1)
+        return;
+    ZT_REQUIRE(source != nullptr);
+    if (isOwn(source)) {
+        const std::ptrdiff_t s = source - data_;
+        insertMemory(pos, n);
+        source = data_ + s + (pos <= s ? n : 0);
+    } else {
+        insertMemory(pos, n);
+    }
+    if constexpr (kIsPlain || std::is_nothrow_copy_constructible_v<T>) {
+        copyConstruct(data_ + pos, n, source);
+    } else {
+        try {
+            copyConstruct(data_ + pos, n, source);
+        } catch (...) {
+            closeGap(pos, n);
+            throw;
+        }
+    }
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::append(int n, const T* source) {
+    const int firstNew = size_;
+    insert(firstNew, n, source);
+    return firstNew;
+}
+
+template <class T, int N>
+inline int ZtDArray<T, N>::push(const T& value) {
+    if (size_ >= max_)
+        return pushGrowing(value);
+    ::new (static_cast<void*>(data_ + size_)) T(value);
+    return size_++;
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::pushGrowing(const T& value) {
+    if constexpr (kIsPlain && sizeof(T) <= 64) {
+        const T copy = value;
+        growTo(size_ + 1LL);
+        ::new (static_cast<void*>(data_ + size_)) T(copy);
+        return size_++;
+    } else {
+        insert(size_, 1, &value);
+        return size_ - 1;
+    }
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::insertSorted(const T& value, Compare compare, int lo, int hi) {
+    bisect(value, compare, lo, hi);
+    insert(lo + 1, 1, &value);
+    return lo + 1;
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::join(const ZtDArray& other) {
+    // With itself nothing is missing, even where an element differs from itself.
+    if (this == &other)
+        return;
+    for (const T& element : other)
+        if (!contains(element))
+            push(element);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::remove(int pos, int n) {
+    if (n < 1)
+        return;
+    ZT_REQUIRE(pos >= 0 && n <= size_ - pos);
+    if (n >= size_ - pos) {
+        truncate(size_ - n);
+        return;
+    }
+    if constexpr (kHasDestructor)
+        destroy(data_ + pos, data_ + pos + n);
+    closeGap(pos, n);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::removeLast(int n) {
+    if (n < 1)
+        return;
+    ZT_REQUIRE(n <= size_);
+    truncate(size_ - n);
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::pop(T& out) {
+    if (size_ < 1)
+        return 0;
+    out = data_[size_ - 1];
+    truncate(size_ - 1);
+    return 1;
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::removeValue(const T& value) {
+    if (isOwn(&value)) {
+        const T copy(value);
+        return removeValue(copy);
+    }
+    // Moves the survivors down as it goes and closes the hole at the end, or when == throws.
+    struct Sweep {
+        ZtDArray& array;
+        int kept;
+        int next;
+        ~Sweep() {
+            array.size_ += kept - next;
+            move(array.size_ - kept);
+        }
+        void move(int n) {
+            if (n > 0 && kept < next)
+                std::memmove(static_cast<void*>(array.data_ + kept), array.data_ + next, bytes(n));
+        }
+    };
+    const int oldSize = size_;
+    {
+        Sweep sweep{*this, 0, 0};
+        while (sweep.next < oldSize) {
+            T& element = data_[sweep.next];
+            if (element == value) {
+                if constexpr (kHasDestructor)
+                    destroy(&element, &element + 1);
+            } else {
+                sweep.move(1);
+                ++sweep.kept;
+            }
+            ++sweep.next;
+        }
+    }
+    return oldSize - size_;
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::index(const T& value) const {
+    if constexpr (std::is_integral_v<T> && sizeof(T) == 1) {
+        const void* const found =
+            size_ > 0 ? std::memchr(data_, static_cast<unsigned char>(value), bytes(size_))
+                      : nullptr;
+        return found ? static_cast<int>(static_cast<const T*>(found) - data_) : -1;
+    } else {
+        for (int i = 0; i < size_; ++i)
+            if (data_[i] == value)
+                return i;
+        return -1;
+    }
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::bisect(const T& value, Compare compare, int& lo, int hi) const {
+    if (hi == -1)
+        hi = size_;
+    while (static_cast<long long>(hi) - lo >= 2) {
+        const int mid = static_cast<int>((static_cast<long long>(lo) + hi) / 2);
+        if (compare(value, at(mid)) >= 0)
+            lo = mid;
+        else
+            hi = mid;
+    }
+    return hi;
+}
+
+template <class T, int N>
+int ZtDArray<T, N>::findSorted(const T& value, Compare compare, int lo, int hi) const {
+    hi = bisect(value, compare, lo, hi);
+    if (lo >= 0 && compare(value, at(lo)) == 0)
+        return lo;
+    if (hi >= size_)
+        return -1;
+    return compare(value, at(hi)) == 0 ? hi : -1;
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::sort(Compare compare) {
+    if (size_ < 2)
+        return;
+    // References and pointers are passed alike on every target, so qsort may call it directly. The
+    // detour over another function type says that this is meant.
+    typedef int (*RawCompare)(const void*, const void*);
+    const auto raw = reinterpret_cast<RawCompare>(reinterpret_cast<void (*)()>(compare));
+    std::qsort(static_cast<void*>(data_), static_cast<std::size_t>(size_), sizeof(T), raw);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::swap(int i, int j) {
+    zt_detail::ArrayMemory::swapBytes(&at(i), &at(j), sizeof(T));
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::swapWith(ZtDArray& other) noexcept {
+    const int size = size_;
+    const int max = max_;
+    T* const data = data_;
+    size_ = other.size_;
+    max_ = other.max_;
+    data_ = other.data_;
+    other.size_ = size;
+    other.max_ = max;
+    other.data_ = data;
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::reverse() {
+    for (int i = 0; i < size_ / 2; ++i)
+        zt_detail::ArrayMemory::swapBytes(data_ + i, data_ + (size_ - 1 - i), sizeof(T));
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::rotate(int k) {
+    const long long places = k < 0 ? -static_cast<long long>(k) : k;
+    ZT_REQUIRE(places <= size_);
+    if (places <= size_)
+        zt_detail::ArrayMemory::rotate(data_, bytes(size_), bytes(places), k >= 0);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::fill(const T& value) {
+    if constexpr (std::is_integral_v<T> && sizeof(T) == 1) {
+        if (size_ > 0)
+            std::memset(data_, static_cast<unsigned char>(value), bytes(size_));
+    } else if constexpr (kIsPlain && sizeof(T) <= 64) {
+        const T copy = value;
+        for (T& element : *this)
+            element = copy;
+    } else {
+        for (T& element : *this)
+            element = value;
+    }
+}
+
+template <class T, int N>
+bool ZtDArray<T, N>::operator==(const ZtDArray& other) const {
+    if (size_ != other.size_)
+        return false;
+    if constexpr (kIsEqualByBytes) {
+        return size_ == 0 || std::memcmp(data_, other.data_, bytes(size_)) == 0;
+    } else {
+        for (int i = 0; i < size_; ++i)
+            if (!(data_[i] == other.data_[i]))
+                return false;
+        return true;
+    }
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::insertMemory(int pos, int n) {
+    ZT_REQUIRE(0 <= pos && pos <= size_);
+    const long long needed = static_cast<long long>(size_) + n;
+    if (needed > max_)
+        growTo(needed);
+    if (pos < size_)
+        std::memmove(static_cast<void*>(data_ + pos + n), data_ + pos, bytes(size_ - pos));
+    size_ = static_cast<int>(needed);
+}
+
+/// Closes the gap of `n` raw slots at `pos`.
+template <class T, int N>
+void ZtDArray<T, N>::closeGap(int pos, int n) {
+    const int tail = size_ - pos - n;
+    if (tail > 0)
+        std::memmove(static_cast<void*>(data_ + pos), data_ + pos + n, bytes(tail));
+    size_ -= n;
+}
+
+/// Constructs copies in raw slots, from the last to the first: where the source overlaps them, it
+/// is read before it is overwritten. Destroys what it built when a constructor throws.
+template <class T, int N>
+void ZtDArray<T, N>::copyConstruct(T* target, int n, const T* source) {
+    if constexpr (kIsPlain) {
+        std::memmove(static_cast<void*>(target), source, bytes(n));
+    } else {
+        int built = n;
+        try {
+            for (; built > 0; --built)
+                ::new (static_cast<void*>(target + built - 1)) T(source[built - 1]);
+        } catch (...) {
+            destroy(target + built, target + n);
+            throw;
+        }
+    }
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::destroy(T* from, T* to) noexcept {
+    if constexpr (kHasDestructor) {
+        // Not a virtual call: a raw slot of zeros has no virtual table yet.
+        for (; from < to; ++from)
+            from->T::~T();
+    } else {
+        (void)from, (void)to;
+    }
+}
+
+template <class T, int N>
+bool ZtDArray<T, N>::isOwn(const T* element) const {
+    return !std::less<const T*>()(element, data_) && std::less<const T*>()(element, data_ + size_);
+}
+
+template <class T, int N>
+void ZtDArray<T, N>::growTo(long long needed) {
+    data_ = static_cast<T*>(zt_detail::ArrayMemory::grow(data_, max_, size_, needed, sizeof(T)));
+}
+
+/// Destroys the elements from index `n` on, all of them if it is negative.
+template <class T, int N>
+void ZtDArray<T, N>::truncate(int n) {
+    if (n < 0)
+        n = 0;
+    if (n >= size_)
+        return;
+    // The size first: a destructor may look at the array.
+    T* const oldEnd = data_ + size_;
+    size_ = n;
+    destroy(data_ + n, oldEnd);
+}
+
+/// Zeroes slots that a destructor will meet.
+template <class T, int N>
+void ZtDArray<T, N>::prepareRawSlots(int from, int n) {
+    if constexpr (kHasDestructor)
+        if (n > 0)
+            std::memset(static_cast<void*>(data_ + from), 0, bytes(n));
+}
 
 extern template class ZTLIB_API ZtDArray<char, 1>;

@@ -1,32 +1,51 @@
-// The base of the library's exceptions.
+// The base class of the library's exceptions.
 #pragma once
 
+#include <ztlib/ZtFormatCheck.h>
 #include <ztlib/ZtString.h>
 
-/// An exception with a formatted message that can be copied to the heap and thrown again later.
+/// An exception with a message. It can be carried elsewhere (`clone`) and thrown there (`raise`)
+/// without losing its type, if the derived class overrides `doClone` and `doRaise`.
+///
+/// Copying never throws: a short message is held in the object, a long one that finds no memory is
+/// cut to what the object holds.
 class ZTLIB_API ZtException {
 public:
     explicit ZtException(const ZtString& message);
-    /// Formats the message by the rules of `printf`; a null format gives an empty message.
+
+    /// Formats the message by the rules of `printf`; a null format gives an empty one.
     explicit ZtException(const char* format, ...) ZT_FORMAT_CHECK(2, 3);
-    ZtException(const ZtException& other);
-    ZtException& operator=(const ZtException& other);
+
+    ZtException(const ZtException& other) noexcept;
+    ZtException& operator=(const ZtException& other) noexcept;
     virtual ~ZtException();
 
-    /// The message; valid as long as the exception is.
+    /// Returns the message, which lives as long as the exception is neither changed nor destroyed.
     virtual const char* what() const;
 
-    /// A copy on the heap, which the caller deletes.
-    ZtException* clone() const;
+    /// Returns a copy on the heap, made by `doClone`, which the caller deletes.
+    ZtException* clone() const { return doClone(); }
 
-    /// Throws this exception by `doRaise`. A class that overrides `doRaise` keeps its type.
+    /// Throws a copy by `doRaise`; returns only if an override of `doRaise` does.
     void raise() const;
 
 protected:
+    /// An empty message.
     ZtException();
 
+    /// Returns a new copy of this object; override it to keep the derived type.
     virtual ZtException* doClone() const;
+
+    /// Throws a copy of this object by value; override it to keep the derived type.
     virtual void doRaise() const;
 
-    mutable ZtString message_;
+    /// Replaces the message; null is taken as empty.
+    void setMessage(const char* text) const noexcept;
+
+private:
+    static constexpr int kShortSize = 56;
+
+    // Mutable, since a derived `what` may write its message only when it is asked for.
+    mutable char* message_;
+    mutable char short_[kShortSize];
 };

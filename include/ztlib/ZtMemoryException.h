@@ -1,27 +1,34 @@
-// The exception of exhausted memory.
+// The exception that says that memory is exhausted.
 #pragma once
 
 #include <ztlib/ZtException.h>
 
 #include <cstddef>
 
-/// Thrown by `ztmalloc` and `ztrealloc` when memory is exhausted. `clone` and `raise` give a plain
-/// `ZtException` with the same message.
+/// Thrown by `ztmalloc` and `ztrealloc`, and so by whatever grows. Making and copying it takes no
+/// memory.
+///
+/// `clone` and `raise` through the base give a plain `ZtException` with the same message: what is
+/// re-raised elsewhere is reported, not handled as a failed allocation of the place that catches.
 class ZTLIB_API ZtMemoryException : public ZtException {
 public:
-    /// A request of unknown size.
+    /// The size of the request is unknown.
     ZtMemoryException();
+    /// A request of `numBytes` bytes failed.
     explicit ZtMemoryException(std::size_t numBytes);
-    ZtMemoryException(const ZtMemoryException& other);
-    ZtMemoryException& operator=(const ZtMemoryException& other);
     ~ZtMemoryException() override;
+    ZtMemoryException(const ZtMemoryException&) = default;
+    ZtMemoryException& operator=(const ZtMemoryException&) = default;
 
-    /// The size of the request that failed; 0 when unknown.
-    std::size_t getNumBytes() const;
+    /// Returns the size of the request that failed, 0 when unknown.
+    std::size_t getNumBytes() const { return numBytes_; }
 
-    /// The message, formed anew at each call: not from two threads at once. Never throws.
+    /// Returns the message, which names the size where it is known. Writes the message anew, so one
+    /// object serves one thread at a time.
     const char* what() const override;
 
 private:
+    void writeMessage() const;
+
     std::size_t numBytes_ = 0;
 };

@@ -1,29 +1,31 @@
-// The exception of exhausted memory and its message.
+// The exception that says that memory is exhausted.
 #include <ztlib/ZtMemoryException.h>
 
-ZtMemoryException::ZtMemoryException() {
-    what();
-}
+#include <charconv>
+#include <cstring>
+
+ZtMemoryException::ZtMemoryException() : ZtMemoryException(0) {}
 
 ZtMemoryException::ZtMemoryException(std::size_t numBytes) : numBytes_(numBytes) {
-    what();
+    // From the start, so that a clone, which is a plain `ZtException`, carries it.
+    writeMessage();
 }
-
-ZtMemoryException::ZtMemoryException(const ZtMemoryException& other) = default;
-
-ZtMemoryException& ZtMemoryException::operator=(const ZtMemoryException& other) = default;
 
 ZtMemoryException::~ZtMemoryException() = default;
 
-std::size_t ZtMemoryException::getNumBytes() const {
-    return numBytes_;
+const char* ZtMemoryException::what() const {
+    writeMessage();
+    return ZtException::what();
 }
 
-const char* ZtMemoryException::what() const {
-    if (numBytes_ == 0)
-        message_ = "could not allocate enough memory";
-    else
-        message_.printf("could not allocate %llu bytes",
-                        static_cast<unsigned long long>(numBytes_));
-    return message_.getString();
+void ZtMemoryException::writeMessage() const {
+    if (numBytes_ == 0) {
+        setMessage("could not allocate enough memory");
+        return;
+    }
+    // Without a formatted print: it must not take memory, and it must not need %zu of the runtime.
+    char text[64] = "could not allocate ";
+    char* const end = std::to_chars(text + std::strlen(text), text + sizeof text, numBytes_).ptr;
+    std::strcpy(end, " bytes");
+    setMessage(text);
 }

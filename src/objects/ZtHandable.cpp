@@ -1,13 +1,11 @@
-// The end of a reference-counted object.
+// The base of objects that are shared by counting their references.
 #include <ztlib/ZtHandable.h>
 
 ZtHandable::~ZtHandable() = default;
 
 void ZtHandable::notifyDelete() {}
 
-void ZtHandable::unref() const {
-    if (destructionInProgress_ || --refCount_ >= 1)
-        return;
+void ZtHandable::destroy() const {
     destructionInProgress_ = true;
     const_cast<ZtHandable*>(this)->notifyDelete();
     destructorCalled_ = true;
