@@ -71,6 +71,11 @@ void insertExactly(unsigned bits, unsigned count, unsigned char* labels, unsigne
     }
 }
 
+// Bytes that hold `bits` bits; written so that no sum can wrap.
+std::size_t bytesFor(unsigned bits) {
+    return bits / 8 + (bits % 8 != 0 ? 1 : 0);
+}
+
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -134,7 +139,7 @@ bool ZtBitfield::save(const char* filename) const {
     const auto write = [&file](const unsigned char* bytes, std::size_t count) {
         return std::fwrite(bytes, 1, count, file.get()) == count;
     };
-    if (!inPieces(words_, (std::size_t{nBits_} + 7) / 8, write))
+    if (!inPieces(words_, bytesFor(nBits_), write))
         return false;
     // Only closing tells whether the last bytes found room on the disk.
     return std::fclose(file.release()) == 0;
@@ -146,7 +151,7 @@ bool ZtBitfield::load(const char* filename, unsigned n) {
     if (!file)
         return false;
     unsigned* word = words_;
-    std::size_t left = (std::size_t{n} + 7) / 8;
+    std::size_t left = bytesFor(n);
     while (left > 0) {
         Piece piece;
         const std::size_t wanted = std::min(left, sizeof piece);
@@ -165,7 +170,7 @@ bool ZtBitfield::load(const char* filename, unsigned n) {
 
 void ZtBitfield::print(ZtString& string) const {
     if (nBits_ >= INT_MAX)
-        ztThrowMemoryException(std::size_t{nBits_} + 1);
+        ztThrowMemoryException(nBits_);
     string.resize(static_cast<int>(nBits_) + 1);
     char* const text = string.dataPtr();
     for (unsigned i = 0; i < nBits_; ++i)
