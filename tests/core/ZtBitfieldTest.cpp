@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "ContractCapture.h"
+#include "FailEveryAllocation.h"
 
 namespace {
 
@@ -206,40 +207,31 @@ TEST(Bitfield, SetAlgebraAgreesWithTheModel) {
     }
 }
 
-TEST(Bitfield, HoldsAWordMoreThanFullOnes) {
-    struct Row {
-        unsigned n, bytes;
-    };
-    for (const Row& row : {Row{0, 0}, Row{1, 4}, Row{31, 4}, Row{32, 8}, Row{63, 8}, Row{64, 12}})
-        EXPECT_EQ(row.bytes, ZtBitfield(row.n).memSize()) << row.n;
+TEST(Bitfield, HoldsAWordMoreThanFullOnesButNoneForNoBits) {
+    EXPECT_EQ(0u, ZtBitfield(0).memSize());
+    EXPECT_EQ(4u, ZtBitfield(31).memSize());
+    EXPECT_EQ(8u, ZtBitfield(32).memSize());
     ZtBitfield bits;
-    EXPECT_EQ(0u, bits.memSize());
     bits.resize(0);
     EXPECT_EQ(4u, bits.memSize());
-    EXPECT_EQ(0u, bits.firstSetBit());
-    EXPECT_EQ(0u, bits.lastSetBit());
     EXPECT_TRUE(bits == ZtBitfield());
-    EXPECT_TRUE(ZtBitfield().isSuperset(ZtBitfield(5, 0)));
+    EXPECT_TRUE(ZtBitfield().isSuperset(ZtBitfield(5, ZtBitfield::INIT_SET)));
 }
 
-TEST(Bitfield, GrowingGivesTheNewBitsTheirValueWhateverTheWordsHeld) {
-    struct Row {
-        unsigned from, to;
+TEST(Bitfield, SurvivesFailedAllocations) {
+    const auto make = [] { return ZtBitfield(40, ZtBitfield::INIT_SET); };
+    const auto expectAsItWas = [](ZtBitfield& bits) {
+        EXPECT_EQ(std::string(40, '1'), text(bits));
     };
-    for (const Row& row :
-         {Row{10, 40}, Row{32, 64}, Row{64, 70}, Row{0, 5}, Row{31, 32}, Row{32, 33}, Row{40, 45}})
-        for (int value : {ZtBitfield::INIT_SET, ZtBitfield::INIT_CLEAR}) {
-            SCOPED_TRACE(std::to_string(row.from) + " to " + std::to_string(row.to) + ", " +
-                         std::to_string(value));
-            const bool isSet = value == ZtBitfield::INIT_SET;
-            ZtBitfield bits;
-            bits.resize(row.from);
-            isSet ? bits.unsetAll() : bits.setAll();  // beyond the field too
-            bits.resize(row.to, value);
-            EXPECT_EQ(std::string(row.from, isSet ? '0' : '1') +
-                          std::string(row.to - row.from, isSet ? '1' : '0'),
-                      text(bits));
-        }
+    failEveryAllocation(
+        make, [](ZtBitfield& bits) { bits.resize(100000); }, expectAsItWas);
+    failEveryAllocation(
+    const ZtBitfield other(9000);
+    failEveryAllocation(
+        make, [&](ZtBitfield& bits) { bits = other; }, expectAsItWas);
+    const Bytes labels(9000);
+    failEveryAllocation(
+        make, [&](ZtBitfield& bits) { bits.fromLabels(9000, labels.data(), 1); }, expectAsItWas);
 }
 
 TEST(Bitfield, RangesBeyondTheFieldOrTurnedRoundTouchNothingElse) {

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "FailEveryAllocation.h"
+
 namespace {
 
 // Notes what a display would show.
@@ -101,21 +103,6 @@ TEST(Progress, StagesReportTheirShareAndTheLastStaysCurrent) {
     EXPECT_EQ("0.5", display.shown());
 }
 
-TEST(Progress, NestedStagesMapIntoTheEnclosingOne) {
-    Display display;
-    display.subdivide(2);
-    display.subdivide(2);
-    display.setProgressValue(1);
-    display.stopWorking();
-    display.setProgressValue(1);
-    EXPECT_EQ("0.25 0.25 0.5", display.shown());
-    display.undivide();
-    display.setProgressValue(0);
-    EXPECT_EQ("0.5", display.shown()) << "on in the second half, no work ended";
-    display.undivide();
-    EXPECT_EQ("after", display.shown()) << "ended, although it never started";
-}
-
 TEST(Progress, WeightsCutTheRangeAndUselessOnesAreReplaced) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     struct Row {
@@ -183,6 +170,23 @@ TEST(Progress, CopiesShareTheRangesAndOutliveEachOther) {
     assigned.parentRange();
     assigned.setProgressValue(0.75f);
     EXPECT_EQ("0.75", assigned.shown());
+}
+
+TEST(Progress, SurvivesFailedAllocations) {
+    failEveryAllocation(
+        [] {
+            auto display = std::make_unique<Display>();
+            display->subdivide(2);
+            display->subdivide(2);
+            return display;
+        },
+        [](auto& display) { display->subdivide(5); },
+        [](auto& display) {
+            display->setProgressValue(1);
+            display->stopWorking();
+            display->setProgressValue(1);
+            EXPECT_EQ("0.25 0.25 0.5", display->shown());
+        });
 }
 
 TEST(Progress, NestsAsDeepAsItIsAsked) {

@@ -8,7 +8,8 @@
 #include <climits>
 #include <cstring>
 #include <string>
-#include <type_traits>
+
+#include "core/AllocationWatch.h"
 
 namespace {
 
@@ -86,14 +87,22 @@ TEST(DataType, NamesBecomeKnownByUseAndRegisteredOnce) {
     EXPECT_EQ(static_cast<const void*>(early.getName()), ZtDataType(name.c_str()).getName());
 }
 
-TEST(DataType, TheTableGrowsWithoutLosingNames) {
+TEST(DataType, TheTableGrowsAndSurvivesFailedAllocations) {
+    const auto nameOf = [](int i) { return "grown #" + std::to_string(i); };
     for (int i = 0; i < 3000; ++i) {
-        const std::string name = "grown #" + std::to_string(i);
-        ASSERT_FALSE(ZtDataType::isKnown(name.c_str()));
-        ZtDataType::registerType(name.c_str(), i);
+        const std::string name = nameOf(i);
+        for (int failing = 0; !ZtDataType::isKnown(name.c_str()); ++failing) {
+            AllocationWatch watch;
+            watch.failAfter(failing);
+            try {
+                ZtDataType::registerType(name.c_str(), i);
+            } catch (const ZtMemoryException&) {
+                ASSERT_FALSE(ZtDataType::isKnown(name.c_str()));
+            }
+        }
     }
     for (int i = 0; i < 3000; ++i)
-        ASSERT_EQ(i, ZtDataType(("grown #" + std::to_string(i)).c_str()).memsize());
+        ASSERT_EQ(i, ZtDataType(nameOf(i).c_str()).memsize());
     EXPECT_EQ(4, ZtDataType(uri("int32").c_str()).memsize());
 }
 
