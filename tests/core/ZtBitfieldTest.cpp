@@ -228,10 +228,12 @@ TEST(Bitfield, SurvivesFailedAllocations) {
     failEveryAllocation(
     const ZtBitfield other(9000);
     failEveryAllocation(
-        make, [&](ZtBitfield& bits) { bits = other; }, expectAsItWas);
+        make, [&](ZtBitfield& bits) {
+        bits = other; }, expectAsItWas);
     const Bytes labels(9000);
     failEveryAllocation(
-        make, [&](ZtBitfield& bits) { bits.fromLabels(9000, labels.data(), 1); }, expectAsItWas);
+        make, [&](ZtBitfield& bits) {
+        bits.fromLabels(9000, labels.data(), 1); }, expectAsItWas);
 }
 
 TEST(Bitfield, RangesBeyondTheFieldOrTurnedRoundTouchNothingElse) {
