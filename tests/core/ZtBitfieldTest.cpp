@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <random>
 #include <string>
@@ -219,21 +220,16 @@ TEST(Bitfield, HoldsAWordMoreThanFullOnesButNoneForNoBits) {
 }
 
 TEST(Bitfield, SurvivesFailedAllocations) {
-    const auto make = [] { return ZtBitfield(40, ZtBitfield::INIT_SET); };
-    const auto expectAsItWas = [](ZtBitfield& bits) {
-        EXPECT_EQ(std::string(40, '1'), text(bits));
-    };
-    failEveryAllocation(
-        make, [](ZtBitfield& bits) { bits.resize(100000); }, expectAsItWas);
-    failEveryAllocation(
     const ZtBitfield other(9000);
-    failEveryAllocation(
-        make, [&](ZtBitfield& bits) {
-        bits = other; }, expectAsItWas);
     const Bytes labels(9000);
-    failEveryAllocation(
-        make, [&](ZtBitfield& bits) {
-        bits.fromLabels(9000, labels.data(), 1); }, expectAsItWas);
+    const std::function<void(ZtBitfield&)> operations[] = {
+        [](ZtBitfield& bits) { bits.resize(100000); },
+        [&](ZtBitfield& bits) { bits = other; },
+        [&](ZtBitfield& bits) { bits.fromLabels(9000, labels.data(), 1); },
+    };
+    for (const auto& operate : operations)
+        failEveryAllocation([] { return ZtBitfield(40, ZtBitfield::INIT_SET); }, operate,
+                            [](auto& bits) { EXPECT_EQ(std::string(40, '1'), text(bits)); });
 }
 
 TEST(Bitfield, RangesBeyondTheFieldOrTurnedRoundTouchNothingElse) {
