@@ -10,7 +10,7 @@ unsigned wrap(int value) {
 }
 
 // Remainder with the sign of the dividend, defined for every divisor.
-int remainder(int dividend, int m) {
+int truncatedRemainder(int dividend, int m) {
     return m == 0 || m == -1 ? 0 : dividend % m;
 }
 
@@ -41,15 +41,15 @@ int zt_hash(const char* text) {
 }
 
 int hash(int key, int, int m) {
-    return remainder(key, m);
+    return truncatedRemainder(key, m);
 }
 
 int hash(const ZtVec2i& v, int a, int m) {
-    return remainder(multiplyAdd(v.x, a, v.y), m);
+    return truncatedRemainder(multiplyAdd(v.x, a, v.y), m);
 }
 
 int hash(const ZtVec3i& v, int a, int m) {
-    return remainder(multiplyAdd(hash(ZtVec2i(v.x, v.y), a, m), a, v.z), m);
+    return truncatedRemainder(multiplyAdd(hash(ZtVec2i(v.x, v.y), a, m), a, v.z), m);
 }
 
 int hash2(int key, int m) {
