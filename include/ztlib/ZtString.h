@@ -48,13 +48,13 @@ public:
 
     /// Appends `text`; null is ignored.
     ZtString& operator+=(const char* text) {
-        return text == nullptr ? *this : append(text, std::strlen(text));
+        return text == nullptr ? *this : appendText(text, std::strlen(text));
     }
     /// Appends all characters of `text`.
     ZtString& operator+=(const ZtString& text) {
-        return append(text.getString(), static_cast<std::size_t>(text.length()));
+        return appendText(text.getString(), static_cast<std::size_t>(text.length()));
     }
-    ZtString& operator+=(char c) { return append(&c, 1); }
+    ZtString& operator+=(char c) { return appendText(&c, 1); }
     /// This text followed by the other, in a buffer of just that size.
     ZtString operator+(const ZtString& other) const;
 
@@ -208,7 +208,7 @@ private:
     /// The empty text in a buffer of just that size (at least 1).
     explicit ZtString(Capacity capacity);
 
-    ZtString& append(const char* text, std::size_t n) {
+    ZtString& appendText(const char* text, std::size_t n) {
         const int oldSize = size();
         if (oldSize == 0 || n > static_cast<std::size_t>(getMax() - oldSize))
             return insertText(length(), text, n);

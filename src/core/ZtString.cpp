@@ -71,8 +71,8 @@ ZtString ZtString::operator+(const ZtString& other) const {
     const int tail = other.length();
     ZtString sum(Capacity{
         checkedLength(static_cast<std::size_t>(head) + static_cast<std::size_t>(tail)) + 1});
-    sum.append(getString(), static_cast<std::size_t>(head));
-    sum.append(other.getString(), static_cast<std::size_t>(tail));
+    sum.appendText(getString(), static_cast<std::size_t>(head));
+    sum.appendText(other.getString(), static_cast<std::size_t>(tail));
     return sum;
 }
 

@@ -1,0 +1,31 @@
+// ZtStringTokenizerGeneral: reads tokens separated by given characters.
+#pragma once
+
+#include <ztlib/ZtBitfield.h>
+#include <ztlib/ZtStringTokenizer.h>
+
+/// A `ZtStringTokenizer` whose separators are the given characters and no others. Quotes and
+/// backslashes keep their meaning unless they are separators.
+class ZTLIB_API ZtStringTokenizerGeneral : public ZtStringTokenizer {
+public:
+    ZtStringTokenizerGeneral(const ZtString& text, const char* separators);
+    /// Null counts as the empty text, or as no separators.
+    ZtStringTokenizerGeneral(const char* text, const char* separators);
+    ZtStringTokenizerGeneral(const ZtStringTokenizerGeneral& other);
+    ~ZtStringTokenizerGeneral() override;
+
+    ZtStringTokenizerGeneral& operator=(const ZtStringTokenizerGeneral& other);
+    using ZtStringTokenizer::operator=;
+
+protected:
+    int isSpace(char c) override;
+
+private:
+    friend class ZtStringTokenizer;
+    int isSeparator(char c) const {
+        return static_cast<int>(separators_[static_cast<unsigned char>(c)]);
+    }
+
+    ZtBitfield separators_;
+    unsigned char stops_[32] = {};  // the set of separators, quote and backslash: what ends a run
+};

@@ -1,0 +1,60 @@
+#include "core/CharSet.h"
+
+#include <bit>
+
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+#define ZT_HAS_SHUFFLE
+#include <immintrin.h>
+#endif
+
+namespace {
+
+const char* findPlainly(const unsigned char* set, const char* p, const char* last) {
+    while (p < last && !charset::contains(set, *p))
+        ++p;
+    return p;
+}
+
+#if defined(ZT_HAS_SHUFFLE)
+
+// False until this file's constants are initialised; the plain form serves as well.
+const bool kHasShuffle = (__builtin_cpu_init(), __builtin_cpu_supports("ssse3") != 0);
+
+// The shuffle takes the low four bits of a character as the place in a table of sixteen bytes and
+// gives 0 where its top bit is set.
+__attribute__((target("ssse3"))) const char* findByShuffle(const unsigned char* set, const char* p,
+                                                           const char* last) {
+    const auto load = [](const void* from) __attribute__((target("ssse3"))) {
+        return _mm_loadu_si128(static_cast<const __m128i*>(from));
+    };
+    const __m128i low = load(set);
+    const __m128i high = load(set + 16);
+    const __m128i bits = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201));
+    const __m128i place = _mm_set1_epi8(static_cast<char>(0x8f));
+    const __m128i top = _mm_set1_epi8(static_cast<char>(0x80));
+    for (; last - p >= 16; p += 16) {
+        const __m128i text = load(p);
+        const __m128i here = _mm_and_si128(text, place);
+        const __m128i byte = _mm_or_si128(_mm_shuffle_epi8(low, here),
+                                          _mm_shuffle_epi8(high, _mm_xor_si128(here, top)));
+        const __m128i row = _mm_and_si128(_mm_srli_epi16(text, 4), _mm_set1_epi8(0x0f));
+        const __m128i bit = _mm_shuffle_epi8(bits, row);
+        const auto found =
+            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(byte, bit), bit)));
+        if (found != 0)
+            return p + std::countr_zero(found);
+    }
+    return findPlainly(set, p, last);
+}
+
+#endif
+
+}  // namespace
+
+const char* charset::find(const unsigned char* set, const char* p, const char* last) {
+#if defined(ZT_HAS_SHUFFLE)
+    if (kHasShuffle)
+        return findByShuffle(set, p, last);
+#endif
+    return findPlainly(set, p, last);
+}

@@ -1,0 +1,201 @@
+// The three tokenizers: tables, and random texts against plainly written readers.
+#include <gtest/gtest.h>
+#include <ztlib/ZtStdStringTokenizer.h>
+#include <ztlib/ZtStringTokenizer.h>
+#include <ztlib/ZtStringTokenizerGeneral.h>
+
+#include <climits>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "FailEveryAllocation.h"
+
+namespace {
+
+using Tokens = std::vector<std::string>;
+
+Tokens read(ZtStringTokenizer& tokenizer) {
+    Tokens tokens;
+    while (tokenizer.hasMoreTokens())
+        tokens.push_back(tokenizer.nextToken().getString());
+    EXPECT_TRUE(tokenizer.nextToken().isEmptyString());
+    return tokens;
+}
+
+Tokens split(const std::string& text) {
+    ZtStringTokenizer tokenizer(text.c_str());
+    return read(tokenizer);
+}
+
+Tokens split(const std::string& text, const char* separators) {
+    ZtStringTokenizerGeneral tokenizer(text.c_str(), separators);
+    return read(tokenizer);
+}
+
+Tokens splitPlainly(const std::string& text, const char* separators) {
+    ZtStdStringTokenizer tokenizer(text, separators);
+    Tokens tokens;
+    for (std::string token; tokenizer.hasMoreTokens(); tokens.push_back(token))
+        tokenizer.nextToken(token);
+    std::string untouched = "untouched";
+    tokenizer.nextToken(untouched);
+    EXPECT_EQ(untouched, "untouched");
+    EXPECT_EQ(tokenizer.countTokens(), tokens.size());
+    return tokens;
+}
+
+// Separators from a client's own class, which also counts how often it is asked.
+class DigitTokenizer : public ZtStringTokenizer {
+public:
+    explicit DigitTokenizer(const char* text) {
+        setText(text, static_cast<int>(std::strlen(text)));
+        skipSpace();
+    }
+    int questions = 0;
+
+protected:
+    int isSpace(char c) override {
+        ++questions;
+        return c >= '0' && c <= '9';
+    }
+};
+
+TEST(Tokenizers, ReadAsTheTableSays) {
+    struct Row {
+        const char* text;
+        const char* separators;  // null: white space
+        Tokens tokens;
+    };
+    const Row rows[] = {
+        {"  one \"two three\" fo\\ ur  ", nullptr, {"one", "two three", "fo ur"}},
+        {"ab\"c d\"ef", nullptr, {"abc def"}},
+        {"\"\" x", nullptr, {"", "x"}},
+        {"\"a\\\" b", nullptr, {"a\\", "b"}},
+        {"\"open to the end ", nullptr, {"open to the end "}},
+        {"a\\", nullptr, {"a"}},
+        {"a \\", nullptr, {"a", ""}},
+        {"\\\"\\\\\\n", nullptr, {"\"\\n"}},
+        {"a\tb\nc\vd\fe\rf\xa0g", nullptr, {"a", "b", "c", "d", "e", "f\xa0g"}},
+        {"", nullptr, {}},
+        {" \t ", nullptr, {}},
+        {"a, b", ",", {"a", " b"}},
+        {" a,b", ",", {" a", "b"}},
+        {",,a\xff\x80z,", ",\xff", {"a", "\x80z"}},
+        {"a\"b,c\"d", ",", {"ab,cd"}},
+        {"a\"b,c\"d\\e", "\"\\", {"a", "b,c", "d", "e"}},
+        {"a b", "", {"a b"}},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(row.separators ? split(row.text, row.separators) : split(row.text), row.tokens)
+            << row.text;
+}
+
+// What `nextToken` reads, character by character.
+Tokens splitSlowly(const std::string& text, const std::string& separators) {
+    const auto isSeparator = [&](std::size_t i) {
+        return separators.find(text[i]) != std::string::npos;
+    };
+    Tokens tokens;
+    std::size_t i = 0;
+    for (;;) {
+        while (i < text.size() && isSeparator(i))
+            ++i;
+        if (i >= text.size())
+            return tokens;
+        std::string token;
+        for (; i < text.size() && !isSeparator(i); ++i) {
+            if (text[i] == '\\') {
+                if (++i < text.size())
+                    token += text[i];
+            } else if (text[i] == '"') {
+                while (++i < text.size() && text[i] != '"')
+                    token += text[i];
+            } else {
+                token += text[i];
+            }
+        }
+        tokens.push_back(token);
+    }
+}
+
+TEST(Tokenizers, AgreeWithReadingCharacterByCharacter) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 20000; ++round) {
+        // Long words in every third round, so that runs beyond sixteen characters occur.
+        const std::string alphabet =
+            round % 3 == 0 ? "abcdefghijklmnopqrstuvwxyz12 \"" : "a1\xe9 \t,\"\\";
+        std::string text(random() % 60, ' ');
+        for (char& c : text)
+            c = alphabet[random() % alphabet.size()];
+        SCOPED_TRACE(text);
+        EXPECT_EQ(split(text), splitSlowly(text, " \t\n\v\f\r"));
+        EXPECT_EQ(split(text, ", \xe9"), splitSlowly(text, ", \xe9"));
+        EXPECT_EQ(split(text, "\"\\"), splitSlowly(text, "\"\\"));
+        DigitTokenizer digits(text.c_str());
+        EXPECT_EQ(read(digits), splitSlowly(text, "0123456789"));
+        // Without quotes and backslashes the plain splitter reads the same.
+        std::string plain = text;
+        std::erase_if(plain, [](char c) { return c == '"' || c == '\\'; });
+        EXPECT_EQ(splitPlainly(plain, nullptr), splitSlowly(plain, " \t\n\v\f\r"));
+    }
+}
+
+TEST(Tokenizers, RestartCopyAndConvert) {
+    const ZtString numbers(" 12 -3x 99999999999 1.5e3 abc 1e400 0x10");
+    ZtStringTokenizer tokenizer(numbers);
+    EXPECT_EQ(tokenizer.nextInt(), 12);
+    EXPECT_EQ(tokenizer.nextInt(), -3);
+    const ZtStringTokenizer saved(tokenizer);
+    EXPECT_EQ(tokenizer.nextInt(), INT_MAX);
+    EXPECT_EQ(tokenizer.nextFloat(), 1500.0F);
+    EXPECT_EQ(tokenizer.nextInt(), 0);
+    EXPECT_EQ(tokenizer.nextFloat(), std::numeric_limits<float>::infinity());
+    EXPECT_EQ(tokenizer.nextFloat(), 16.0F);
+    EXPECT_FALSE(tokenizer.hasMoreTokens());
+    tokenizer = saved;
+    EXPECT_STREQ(tokenizer.nextToken().getString(), "99999999999");
+    tokenizer = "again";
+    EXPECT_EQ(read(tokenizer), Tokens{"again"});
+    tokenizer = static_cast<const char*>(nullptr);
+    EXPECT_FALSE(tokenizer.hasMoreTokens());
+
+    ZtStringTokenizerGeneral commas("a,b", ",");
+    ZtStringTokenizerGeneral copy(commas);
+    EXPECT_EQ(read(commas), (Tokens{"a", "b"}));
+    copy = ",c d,";
+    EXPECT_EQ(read(copy), Tokens{"c d"});
+    EXPECT_EQ(split("a", nullptr), Tokens{"a"});
+
+    ZtStdStringTokenizer counted(" a b c", nullptr);
+    std::string token;
+    counted.nextToken(token);
+    EXPECT_EQ(counted.countTokens(), 3U);
+    counted.nextToken(token);
+    EXPECT_EQ(token + std::to_string(counted.countTokens()), "b3");
+
+    // A client's separators are asked for about each character once, and those ahead not at all.
+    DigitTokenizer digits("ab1cd");
+    digits.questions = 0;
+    EXPECT_STREQ(digits.nextToken().getString(), "ab");
+    EXPECT_LE(digits.questions, 5);
+}
+
+TEST(Tokenizers, ReadATokenAgainThatFoundNoMemory) {
+    const std::string text =
+        "short " + std::string(40, 'x') + " \"" + std::string(90, 'y') + "\" z";
+    failEveryAllocation(
+        [&text] { return ZtStringTokenizer(text.c_str()); },
+        [](ZtStringTokenizer& tokenizer) {
+            while (tokenizer.hasMoreTokens())
+                tokenizer.nextToken();
+        },
+        [&text](ZtStringTokenizer& tokenizer) {
+            const std::string next = tokenizer.nextToken().getString();
+            EXPECT_TRUE(next == std::string(40, 'x') || next == std::string(90, 'y'));
+        });
+}
+
+}  // namespace
