@@ -7,8 +7,7 @@
 /// An exception with a message. It can be carried elsewhere (`clone`) and thrown there (`raise`)
 /// without losing its type, if the derived class overrides `doClone` and `doRaise`.
 ///
-/// Copying never throws: a short message is held in the object, a long one that finds no memory is
-/// cut to what the object holds.
+/// Copying never throws: a copy that finds no memory for the message has an empty one.
 class ZTLIB_API ZtException {
 public:
     explicit ZtException(const ZtString& message);
@@ -30,8 +29,8 @@ public:
     void raise() const;
 
 protected:
-    /// An empty message.
-    ZtException();
+    /// An empty message, without taking memory.
+    ZtException() noexcept;
 
     /// Returns a new copy of this object; override it to keep the derived type.
     virtual ZtException* doClone() const;
@@ -39,13 +38,6 @@ protected:
     /// Throws a copy of this object by value; override it to keep the derived type.
     virtual void doRaise() const;
 
-    /// Replaces the message; null is taken as empty.
-    void setMessage(const char* text) const noexcept;
-
-private:
-    static constexpr int kShortSize = 56;
-
-    // Mutable, since a derived `what` may write its message only when it is asked for.
-    mutable char* message_;
-    mutable char short_[kShortSize];
+    /// Mutable, since a derived `what` may write its message only when it is asked for.
+    mutable ZtString message_;
 };

@@ -23,12 +23,12 @@ public:
     /// Returns the size of the request that failed, 0 when unknown.
     std::size_t getNumBytes() const { return numBytes_; }
 
-    /// Returns the message, which names the size where it is known. Writes the message anew, so one
-    /// object serves one thread at a time.
+    /// Returns the message, which names the size where it is known (and memory allows). Writes the
+    /// message anew, so one object serves one thread at a time. Never throws.
     const char* what() const override;
 
 private:
-    void writeMessage() const;
+    void writeMessage() const noexcept;
 
     std::size_t numBytes_ = 0;
 };

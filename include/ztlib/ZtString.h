@@ -204,6 +204,11 @@ public:
     char* vprintf(const char* format, std::va_list arguments) ZT_FORMAT_CHECK(2, 0);
 
 private:
+    // Its messages start without a buffer, since they may have to say that memory is exhausted.
+    friend class ZtException;
+    struct WithoutBuffer {};
+    explicit ZtString(WithoutBuffer) noexcept {}
+
     enum class Capacity : int {};
     /// The empty text in a buffer of just that size (at least 1).
     explicit ZtString(Capacity capacity);

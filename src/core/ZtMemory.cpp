@@ -5,8 +5,8 @@
 #include <atomic>
 #include <climits>
 #include <cstdlib>
+#include <new>
 
-#include "core/Allocation.h"
 #include "core/AllocationWatch.h"
 #include "platform/PlatformMemory.h"
 
@@ -46,10 +46,6 @@ void* watchedAllocate(std::size_t count) {
     return block;
 }
 
-}  // namespace
-
-namespace allocation {
-
 void* allocateOrNull(std::size_t count) noexcept {
     return isWatched() ? watchedAllocate(count) : systemAllocate(count);
 }
@@ -63,10 +59,10 @@ void* reallocateOrNull(void* block, std::size_t count) noexcept {
     return moved;
 }
 
-}  // namespace allocation
+}  // namespace
 
 void* ztmalloc(std::size_t count) {
-    void* const block = allocation::allocateOrNull(count);
+    void* const block = allocateOrNull(count);
     if (!block)
         ztThrowMemoryException(count);
     return block;
@@ -79,7 +75,7 @@ void* ztrealloc(void* pointer, std::size_t count) {
         ztfree(pointer);
         return nullptr;
     }
-    void* const block = allocation::reallocateOrNull(pointer, count);
+    void* const block = reallocateOrNull(pointer, count);
     if (!block)
         ztThrowMemoryException(count);
     return block;
@@ -92,6 +88,15 @@ void ztfree(void* pointer) noexcept {
 }
 
 void ztThrowMemoryException(std::size_t count) {
+    // The exception takes memory for its message, which may fail in turn: that ends here, and the
+    // exception does without.
+    thread_local bool isThrowing = false;
+    if (isThrowing)
+        throw std::bad_alloc();
+    isThrowing = true;
+    struct Reset {
+        ~Reset() { isThrowing = false; }
+    } reset;
     throw ZtMemoryException(count);
 }
 

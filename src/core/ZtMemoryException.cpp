@@ -4,6 +4,10 @@
 #include <charconv>
 #include <cstring>
 
+namespace {
+constexpr char kUnknownSize[] = "could not allocate enough memory";
+}
+
 ZtMemoryException::ZtMemoryException() : ZtMemoryException(0) {}
 
 ZtMemoryException::ZtMemoryException(std::size_t numBytes) : numBytes_(numBytes) {
@@ -15,17 +19,18 @@ ZtMemoryException::~ZtMemoryException() = default;
 
 const char* ZtMemoryException::what() const {
     writeMessage();
-    return ZtException::what();
+    const char* const message = ZtException::what();
+    return *message ? message : kUnknownSize;
 }
 
-void ZtMemoryException::writeMessage() const {
-    if (numBytes_ == 0) {
-        setMessage("could not allocate enough memory");
-        return;
-    }
-    // Without a formatted print: it must not take memory, and it must not need %zu of the runtime.
+void ZtMemoryException::writeMessage() const noexcept {
+    // Without a formatted print, which not every runtime has for this type.
     char text[64] = "could not allocate ";
     char* const end = std::to_chars(text + std::strlen(text), text + sizeof text, numBytes_).ptr;
     std::strcpy(end, " bytes");
-    setMessage(text);
+    try {
+        message_ = numBytes_ == 0 ? kUnknownSize : text;
+    } catch (...) {
+        // No memory for the message either: `what` then gives the text that needs none.
+    }
 }

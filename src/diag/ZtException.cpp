@@ -1,52 +1,43 @@
 // The base class of the library's exceptions.
 #include <ztlib/ZtException.h>
+
 #include <ztlib/ZtMemory.h>
 
 #include <cstdarg>
-#include <cstring>
 #include <new>
 
-#include "core/Allocation.h"
+ZtException::ZtException() noexcept : message_(ZtString::WithoutBuffer{}) {}
 
-ZtException::ZtException() : message_(short_), short_{} {}
-
-ZtException::ZtException(const ZtString& message) : ZtException() {
-    setMessage(message.getString());
-}
+ZtException::ZtException(const ZtString& message) : message_(message) {}
 
 ZtException::ZtException(const char* format, ...) : ZtException() {
     if (!format)
         return;
-    ZtString text;
+    // Exhausted memory leaves the argument list open, which costs nothing on any of our systems.
     va_list arguments;
     va_start(arguments, format);
-    try {
-        text.vprintf(format, arguments);
-    } catch (...) {
-        va_end(arguments);
-        throw;
-    }
+    message_.vprintf(format, arguments);
     va_end(arguments);
-    setMessage(text.getString());
 }
 
 ZtException::ZtException(const ZtException& other) noexcept : ZtException() {
-    setMessage(other.message_);
+    *this = other;
 }
 
 ZtException& ZtException::operator=(const ZtException& other) noexcept {
-    if (this != &other)
-        setMessage(other.message_);
+    try {
+        message_ = other.message_;
+    } catch (...) {
+        message_.removeLast(message_.length());
+    }
     return *this;
 }
 
-ZtException::~ZtException() {
-    if (message_ != short_)
-        ztfree(message_);
-}
+ZtException::~ZtException() = default;
 
 const char* ZtException::what() const {
-    return message_;
+    const ZtString& message = message_;
+    return message.getString();
 }
 
 void ZtException::raise() const {
@@ -63,22 +54,4 @@ ZtException* ZtException::doClone() const {
 
 void ZtException::doRaise() const {
     throw ZtException(*this);
-}
-
-void ZtException::setMessage(const char* text) const noexcept {
-    std::size_t length = text ? std::strlen(text) : 0;
-    char* target = short_;
-    if (length >= kShortSize) {
-        if (void* const block = allocation::allocateOrNull(length + 1))
-            target = static_cast<char*>(block);
-        else
-            length = kShortSize - 1;
-    }
-    // The text may lie in the old message, which goes last.
-    if (length > 0)
-        std::memmove(target, text, length);
-    target[length] = '\0';
-    if (message_ != short_)
-        ztfree(message_);
-    message_ = target;
 }
