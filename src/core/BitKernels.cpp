@@ -2,6 +2,7 @@
 // several instruction sets and the loader picks the one that the processor has.
 #include "core/BitKernels.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -36,13 +37,19 @@ inline void store(const Lanes& from, unsigned* to) {
     std::memcpy(to, &from, sizeof from);
 }
 
+constexpr std::uintptr_t kCacheLine = 64;
+
+// How many words lie before the next cache line.
+inline std::size_t wordsToCacheLine(const unsigned* words) {
+    return (0 - reinterpret_cast<std::uintptr_t>(words)) % kCacheLine / sizeof(unsigned);
+}
+
 // Asks for the stride that lies `ahead` bytes farther: so much is under way then that memory
 // delivers at its full rate, also across the ends of pages, where the processor's own look-ahead
 // stops. Addresses beyond the array do no harm.
 constexpr std::intptr_t kAhead = 2048;
 
 inline void prefetch(const unsigned* stride, std::intptr_t ahead = kAhead) {
-    constexpr std::uintptr_t kCacheLine = 64;
     const auto from = reinterpret_cast<std::uintptr_t>(stride) + static_cast<std::uintptr_t>(ahead);
     for (std::uintptr_t i = 0; i < kStride * sizeof(unsigned); i += kCacheLine)
         __builtin_prefetch(reinterpret_cast<const void*>(from + i));
@@ -129,6 +136,9 @@ template <class Operation>
 [[gnu::always_inline]] inline void combine(unsigned* to, const unsigned* from, std::size_t count,
                                            Operation operation) {
     std::size_t i = 0;
+    // Stores that straddle cache lines cost a fifth of the speed.
+    for (const std::size_t head = std::min(count, wordsToCacheLine(to)); i < head; ++i)
+        operation(to[i], from[i]);
     for (; i + kStride <= count; i += kStride)
         for (std::size_t k = i; k < i + kStride; k += kLaneWords) {
             Lanes left;
