@@ -1,0 +1,103 @@
+// Kernels that turn elements into bits. Included by the portable and the wide unit, which define
+// Ops; everything here has internal linkage.
+
+namespace components {
+namespace {
+
+/// The first `count` (1 to 64) elements at p as bits of `predicate`, which reads 64 elements. Reads
+/// the `before` elements before p where they help to read within the array.
+template <class T, class Predicate>
+inline Word bitsOf(const T* p, int count, int before, const Predicate& predicate) {
+    if (count == 64)
+        return predicate(p);
+    if (before + count >= 64)
+        return predicate(p + count - 64) >> (64 - count);
+    T padded[64] = {};
+    std::memcpy(padded, p, static_cast<std::size_t>(count) * sizeof(T));
+    return predicate(padded) & ~(~Word{0} << count);
+}
+
+template <class T>
+void thresholdElements(const Request& request, const Grid& grid, Word* bits, Word* marks) {
+    const T* row = static_cast<const T*>(request.data);
+    const T lower = static_cast<T>(request.lower);
+    const T upper = static_cast<T>(request.upper);
+    const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(grid.ny) * grid.nz;
+    for (std::ptrdiff_t r = 0; r < rows; ++r, row += grid.nx, bits += grid.words) {
+        for (int w = 0; w < grid.words; ++w) {
+            const int x = 64 * w;
+            const int count = grid.nx - x < 64 ? grid.nx - x : 64;
+            bits[w] =
+                bitsOf(row + x, count, x, [lower](const T* p) { return Ops::atLeast(p, lower); });
+            if (marks)
+                marks[w] = bits[w] & bitsOf(row + x, count, x,
+                                            [upper](const T* p) { return Ops::atLeast(p, upper); });
+        }
+        if (marks)
+            marks += grid.words;
+    }
+}
+
+void threshold(const Request& request, const Grid& grid, Word* bits, Word* marks) {
+    switch (request.element) {
+        case Element::kByte:
+            return thresholdElements<std::uint8_t>(request, grid, bits, marks);
+        case Element::kShort:
+            return thresholdElements<std::int16_t>(request, grid, bits, marks);
+        case Element::kInt:
+            return thresholdElements<std::int32_t>(request, grid, bits, marks);
+        case Element::kFloat:
+            return thresholdElements<float>(request, grid, bits, marks);
+        case Element::kDouble:
+            return thresholdElements<double>(request, grid, bits, marks);
+        case Element::kUshort:
+            return thresholdElements<std::uint16_t>(request, grid, bits, marks);
+    }
+}
+
+void findStarts(const unsigned char* field, const Grid& grid, Word* starts) {
+    const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(grid.ny) * grid.nz;
+    for (std::ptrdiff_t r = 0; r < rows; ++r, field += grid.nx, starts += grid.words) {
+        starts[0] = 1;
+        for (int w = 1; w < grid.words; ++w)
+            starts[w] = 0;
+        // Voxel x + 1 against voxel x: bit x of `changes` is the start at x + 1.
+        for (int w = 0; w < grid.words; ++w) {
+            const int x = 64 * w;
+            const int count = grid.nx - 1 - x < 64 ? grid.nx - 1 - x : 64;
+            if (count == 0)
+                break;
+            const Word changes = Ops::unequal(field + x + 1, field + x, count, x);
+            starts[w] |= changes << 1;
+            if (w + 1 < grid.words)
+                starts[w + 1] = changes >> 63;
+        }
+    }
+}
+
+std::uint64_t countRuns(const Volume& volume) {
+    const Grid& grid = volume.grid;
+    const int rowsY = volume.grouping == Grouping::kRows ? 1 : 2;
+    const int rowsZ = volume.grouping == Grouping::kBlocks ? 2 : 1;
+    const std::ptrdiff_t sliceWords = static_cast<std::ptrdiff_t>(grid.ny) * grid.words;
+    std::uint64_t count = 0;
+    for (int z = 0; z < grid.nz; z += rowsZ) {
+        for (int y = 0; y < grid.ny; y += rowsY) {
+            const Word* const first =
+                volume.bits + z * sliceWords + static_cast<std::ptrdiff_t>(y) * grid.words;
+            const Word* const second = rowsY == 2 && y + 1 < grid.ny ? first + grid.words : first;
+            const std::ptrdiff_t next = rowsZ == 2 && z + 1 < grid.nz ? sliceWords : 0;
+            Word carry = 0;
+            for (int w = 0; w < grid.words; ++w) {
+                const Word any = first[w] | second[w] | first[w + next] | second[w + next];
+                count += static_cast<std::uint64_t>(
+                    Ops::count(volume.field ? any : any & ~(any << 1 | carry)));
+                carry = any >> 63;
+            }
+        }
+    }
+    return count;
+}
+
+}  // namespace
+}  // namespace components

@@ -1,0 +1,285 @@
+// Every form of labelling against a flood fill, on thousands of small fields.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "imageproc/Components.h"
+
+using components::ComponentList;
+using components::Element;
+using components::Form;
+using components::Request;
+
+namespace {
+
+struct Expected {
+    struct Component {
+        std::uint32_t numVoxels = 0, mark = 0;
+        std::uint64_t sumX = 0, sumY = 0, sumZ = 0;
+    };
+    std::vector<std::uint32_t> labels;
+    std::vector<Component> components{1};
+};
+
+bool areNeighbours(int connectivity, int dx, int dy, int dz) {
+    const int steps = std::abs(dx) + std::abs(dy) + std::abs(dz);
+    switch (connectivity) {
+        case 4:
+            return dz == 0 && steps == 1;
+        case 8:
+            return dz == 0;
+        case 6:
+            return steps == 1;
+        case 10:
+            return dz == 0 || steps == 1;
+        case 18:
+            return steps <= 2;
+        case 26:
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// Floods the first `end` voxels, from one after another.
+template <class T>
+Expected flood(const Request& request, const std::vector<T>& field, std::size_t end) {
+    const auto isIn = [&](T value) {
+        return request.labelMode || value >= static_cast<T>(request.lower);
+    };
+    Expected expected;
+    expected.labels.assign(field.size(), 0);
+    std::vector<std::size_t> open;
+    for (std::size_t first = 0; first < end; ++first) {
+        if (expected.labels[first] || !isIn(field[first]))
+            continue;
+        const auto label = static_cast<std::uint32_t>(expected.components.size());
+        Expected::Component component;
+        expected.labels[first] = label;
+        open.push_back(first);
+        while (!open.empty()) {
+            const int at = static_cast<int>(open.back());
+            open.pop_back();
+            const T value = field[static_cast<std::size_t>(at)];
+            const int x = at % request.nx, y = at / request.nx % request.ny;
+            const int z = at / request.nx / request.ny;
+            ++component.numVoxels;
+            component.sumX += static_cast<unsigned>(x);
+            component.sumY += static_cast<unsigned>(y);
+            component.sumZ += static_cast<unsigned>(z);
+            if (request.labelMode)
+                component.mark = static_cast<std::uint32_t>(value);
+            else
+                component.mark += value >= static_cast<T>(request.upper);
+            for (int k = 0; k < 27; ++k) {
+                const int dx = k % 3 - 1, dy = k / 3 % 3 - 1, dz = k / 9 - 1;
+                const int nx = x + dx, ny = y + dy, nz = z + dz;
+                if (nx < 0 || nx >= request.nx || ny < 0 || ny >= request.ny || nz < 0 ||
+                    nz >= request.nz || !areNeighbours(request.connectivity, dx, dy, dz))
+                    continue;
+                const auto next =
+                    static_cast<std::size_t>(nx + request.nx * (ny + request.ny * nz));
+                if (next >= end || expected.labels[next] || !isIn(field[next]) ||
+                    (request.labelMode && field[next] != value))
+                    continue;
+                expected.labels[next] = label;
+                open.push_back(next);
+            }
+        }
+        expected.components.push_back(component);
+    }
+    return expected;
+}
+
+/// What labelling stops at: the number of voxels, or the voxel that is one component too many in
+/// the first row after which too many coexist.
+template <class T>
+std::size_t endOfLabelling(const Request& request, const std::vector<T>& field) {
+    const auto count = [&](std::size_t end) {
+        return flood(request, field, end).components.size();
+    };
+    const auto nx = static_cast<std::size_t>(request.nx);
+    for (std::size_t end = nx; end <= field.size(); end += nx) {
+        if (count(end) - 1 <= request.limit)
+            continue;
+        for (std::size_t voxel = end - nx;; ++voxel)
+            if (count(voxel + 1) - 1 > request.limit)
+                return voxel;
+    }
+    return field.size();
+}
+
+class FormScope {
+public:
+    explicit FormScope(Form form) { components::useForm(form); }
+    ~FormScope() { components::useForm(Form::kAutomatic); }
+};
+
+template <class Label, class T>
+void expectLabelling(Request request, const std::vector<T>& field, const Expected& expected,
+                     std::size_t end) {
+    constexpr Label kUntouched = 0x5A5A;
+    constexpr std::size_t kGuard = 64;
+    std::vector<Label> labels(field.size() + 2 * kGuard, kUntouched);
+    const std::vector<T> data(field);  // of exactly its size, so that a sanitizer sees reads beyond
+    request.data = data.data();
+    request.labels = labels.data() + kGuard;
+    request.labelBytes = sizeof(Label);
+    ComponentList list;
+    const int count = static_cast<int>(expected.components.size()) - 1;
+    EXPECT_EQ(end < field.size() ? -1 : count, components::label(request, list));
+    ASSERT_EQ(count + 1, list.size());
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+        const bool isInside = i >= kGuard && i < kGuard + field.size();
+        Label label = kUntouched;
+        if (isInside && i - kGuard < end)
+            label = static_cast<Label>(expected.labels[i - kGuard]);
+        else if (isInside && request.zeroUnvisited)
+            label = 0;
+        ASSERT_EQ(label, labels[i]) << "voxel " << i - kGuard;
+    }
+    for (int i = 0; i <= count; ++i) {
+        const Expected::Component& want = expected.components[static_cast<std::size_t>(i)];
+        ASSERT_EQ(i, list[i].alias);
+        ASSERT_EQ(want.numVoxels, list[i].numVoxels) << "component " << i;
+        ASSERT_EQ(want.mark, list[i].mark) << "component " << i;
+        ASSERT_EQ(static_cast<float>(want.sumX), list[i].sumX) << "component " << i;
+        ASSERT_EQ(static_cast<float>(want.sumY), list[i].sumY) << "component " << i;
+        ASSERT_EQ(static_cast<float>(want.sumZ), list[i].sumZ) << "component " << i;
+    }
+}
+
+class RandomFields {
+public:
+    explicit RandomFields(unsigned seed) : random_(seed) {}
+
+    unsigned below(unsigned n) { return static_cast<unsigned>(random_()) % n; }
+
+    void chooseGrid(Request& request) {
+        static constexpr int kConnectivities[] = {4, 6, 8, 10, 18, 26, 26, 5};
+        static constexpr int kWidths[] = {31, 62, 63, 64, 65, 66, 127, 128, 129, 192, 200};
+        const auto upTo = [&](unsigned n) { return 1 + static_cast<int>(below(n)); };
+        request.connectivity = kConnectivities[below(8)];
+        switch (below(6)) {
+            case 0:  // 1-D, along each axis
+                request.nx = request.ny = request.nz = 1;
+                (below(3) == 0 ? request.nx : below(2) ? request.ny : request.nz) = upTo(300);
+                break;
+            case 1:
+                request.nx = kWidths[below(11)];
+                request.ny = upTo(9);
+                request.nz = upTo(2);
+                break;
+            case 2:
+                request.nx = kWidths[below(11)];
+                request.ny = upTo(4);
+                request.nz = upTo(5);
+                break;
+            default:
+                request.nx = upTo(9);
+                request.ny = upTo(9);
+                request.nz = upTo(9);
+        }
+    }
+
+    /// A field with runs of `length`, or the row before carried on, or noise; values 0 to 99.
+    template <class T>
+    std::vector<T> values(const Request& request, unsigned numValues) {
+        std::vector<T> field(static_cast<std::size_t>(request.nx * request.ny * request.nz));
+        const unsigned length = 1 + below(1u << below(8));
+        const unsigned copied = below(2) * below(10);
+        const auto nx = static_cast<std::size_t>(request.nx);
+        for (std::size_t i = 0; i < field.size(); ++i) {
+            if (i >= nx && below(10) < copied)
+                field[i] = field[i - nx];
+            else if (i > 0 && below(length) > 0)
+                field[i] = field[i - 1];
+            else
+                field[i] = static_cast<T>(below(numValues) * (100 / numValues));
+        }
+        return field;
+    }
+
+private:
+    std::mt19937 random_;
+};
+
+template <class T>
+class ComponentsForms : public testing::Test {
+protected:
+    static constexpr Element element() {
+        if constexpr (std::is_same_v<T, std::uint8_t>)
+            return Element::kByte;
+        else if constexpr (std::is_same_v<T, std::int16_t>)
+            return Element::kShort;
+        else if constexpr (std::is_same_v<T, std::uint16_t>)
+            return Element::kUshort;
+        else if constexpr (std::is_same_v<T, std::int32_t>)
+            return Element::kInt;
+        else
+            return std::is_same_v<T, float> ? Element::kFloat : Element::kDouble;
+    }
+
+    /// Labels `rounds` random fields in every form, with a limit of components in some.
+    void labelFields(bool labelMode, unsigned seed, int rounds) {
+        RandomFields random(seed);
+        for (int round = 0; round < rounds && !this->HasFatalFailure(); ++round) {
+            Request request = {};
+            request.labelMode = labelMode;
+            request.element = element();
+            random.chooseGrid(request);
+            std::vector<T> field = random.values<T>(request, 1 + random.below(10));
+            request.lower = random.below(100);
+            request.upper = random.below(120);
+            if (std::is_floating_point_v<T> && random.below(4) == 0)
+                for (T& value : field)
+                    if (random.below(10) == 0)
+                        value = std::numeric_limits<T>::quiet_NaN();
+            request.limit = 1000000;
+            std::size_t end = field.size();
+            Expected expected = flood(request, field, end);
+            if (field.size() < 1000 && expected.components.size() > 2 && random.below(2)) {
+                request.limit = 1 + random.below(static_cast<unsigned>(expected.components.size()));
+                request.zeroUnvisited = random.below(2);
+                end = endOfLabelling(request, field);
+                expected = flood(request, field, end);
+            }
+            for (const Form form : {Form::kPlain, Form::kPortable, Form::kWide}) {
+                if (!components::hasForm(form))
+                    continue;
+                SCOPED_TRACE("round " + std::to_string(round) + ", form " +
+                             std::to_string(static_cast<int>(form)) + ", connectivity " +
+                             std::to_string(request.connectivity) + ", limit " +
+                             std::to_string(request.limit) + ", " + std::to_string(request.nx) +
+                             " x " + std::to_string(request.ny) + " x " +
+                             std::to_string(request.nz));
+                const FormScope scope(form);
+                expectLabelling<std::uint16_t>(request, field, expected, end);
+                expectLabelling<std::uint32_t>(request, field, expected, end);
+            }
+        }
+    }
+};
+
+using Elements =
+    testing::Types<std::uint8_t, std::int16_t, std::uint16_t, std::int32_t, float, double>;
+TYPED_TEST_SUITE(ComponentsForms, Elements);
+
+TYPED_TEST(ComponentsForms, AgreeWithAFloodFillOnThresholdedFields) {
+    this->labelFields(false, 11, 500);
+}
+
+TYPED_TEST(ComponentsForms, AgreeWithAFloodFillOnLabelFields) {
+    if constexpr (std::is_same_v<TypeParam, std::uint8_t>)
+        this->labelFields(true, 12, 1500);
+    else
+        GTEST_SKIP() << "label fields are bytes";
+}
+
+}  // namespace

@@ -1,0 +1,338 @@
+// The public labelling functions: their rules, messages, limits and failures.
+#include <gtest/gtest.h>
+#include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtMemory.h>
+#include <ztlib/ZtProgressInterface.h>
+
+#include <climits>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "FailEveryAllocation.h"
+#include "imageproc/Components.h"
+
+using namespace ZtConnectedComponents;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+/// A grid drawn as text: rows of the first slice, then of the next; '#' is 1.
+struct Picture {
+    int dims[3];
+    std::vector<unsigned char> voxels;
+
+    Picture(int nx, int ny, const std::string& text) : dims{nx, ny, 0} {
+        for (const char c : text)
+            voxels.push_back(c == '#');
+        dims[2] = static_cast<int>(voxels.size()) / (nx * ny);
+    }
+};
+
+struct Labelling {
+    int count = 0;
+    std::vector<unsigned short> labels;
+    ZtDArray<Component> list;
+};
+
+template <class T>
+Labelling labelArray(std::vector<T>& voxels, const int* dims, int connectivity, double min,
+                     double max) {
+    Labelling result;
+    result.labels.assign(voxels.size(), 9);
+    unsigned short* labels = result.labels.data();
+    result.count = labelCC(ZtTypedPointer(voxels.data()), dims, connectivity, labels, 0, min, max,
+                           0, 0, &result.list, nullptr);
+    return result;
+}
+
+Labelling labelPicture(Picture picture, int connectivity) {
+    return labelArray(picture.voxels, picture.dims, connectivity, 1, 1);
+}
+
+TEST(Components, FieldsLieWhereClientsExpectThem) {
+    static_assert(sizeof(Component) == 24);
+    Component a, b;
+    EXPECT_EQ(0, a.alias);
+    a.alias = 3;
+    b.alias = 7;
+    a.numVoxels = 5;
+    b.numVoxels = 4;
+    a.mark = b.mark = 2;
+    b.sumX = 1.5f;
+    b.sumY = 2;
+    b.sumZ = 3;
+    EXPECT_EQ(1, compareComponents(a, b));
+    EXPECT_EQ(-1, compareComponents(b, a));
+    EXPECT_EQ(0, compareComponents(a, a));
+    Component inLabelMode(a), source(b);
+    a.addAlias(b, 0);
+    inLabelMode.addAlias(source, 1);
+    EXPECT_EQ(9u, a.numVoxels);
+    EXPECT_EQ(4u, a.mark);
+    EXPECT_EQ(2u, inLabelMode.mark);
+    EXPECT_EQ(1.5f, a.sumX);
+    EXPECT_EQ(3, b.alias);
+    EXPECT_EQ(0u, b.numVoxels + b.mark);
+    EXPECT_EQ(0.f, b.sumX + b.sumY + b.sumZ);
+}
+
+TEST(Components, UnionsThatOneLookUpLosesAreFound) {
+    EXPECT_EQ(4, labelPicture({6, 3, "##.#.##.#.##.#####..#..##..#.####.##"}, 6).count);
+    const Labelling four = labelPicture({4, 4, "...#.#.########."}, 4);
+    EXPECT_EQ(1, four.count);
+    EXPECT_EQ(10u, four.list[1].numVoxels);
+}
+
+TEST(Components, SmallShapes) {
+    const Picture u(3, 3, "#.##.####");
+    EXPECT_EQ(1, labelPicture(u, 4).count);
+    EXPECT_EQ(7u, labelPicture(u, 4).list[1].numVoxels);
+    EXPECT_EQ(7, labelPicture(u, 5).count);  // no such connectivity: nothing is connected
+    EXPECT_EQ(7, labelPicture(u, -26).count);
+    EXPECT_EQ(1, labelPicture({2, 2, "#..#"}, 8).count);
+    EXPECT_EQ(2, labelPicture({2, 2, "#..#"}, 4).count);
+    EXPECT_EQ(2, labelPicture({1, 1, "##"}, 8).count);  // two slices
+    EXPECT_EQ(1, labelPicture({1, 1, "##"}, 10).count);
+    const Labelling none = labelPicture({2, 2, "...."}, 26);
+    EXPECT_EQ(0, none.count);
+    EXPECT_EQ(1, none.list.size());
+    EXPECT_EQ(std::vector<unsigned short>(4, 0), none.labels);
+}
+
+TEST(Components, EmptyGridsHaveNone) {
+    unsigned char voxel = 1;
+    for (const auto& dims : {std::vector<int>{0, 3, 3}, {3, -1, 3}, {INT_MAX, INT_MAX, 0}}) {
+        unsigned short* labels = nullptr;
+        ZtDArray<Component> list(5);
+        EXPECT_EQ(0, labelCC(ZtTypedPointer(&voxel), dims.data(), 26, labels, 0, 1, 1, 0, 0, &list,
+                             nullptr));
+        EXPECT_EQ(1, list.size());
+        ztfree(labels);
+    }
+    const int huge[3] = {INT_MAX, INT_MAX, INT_MAX};
+    unsigned short* labels = nullptr;
+    EXPECT_THROW(labelCC(ZtTypedPointer(&voxel), huge, 26, labels, 0, 1, 1, 0, 0, nullptr, nullptr),
+                 ZtMemoryException);
+}
+
+// How many of some values are at or above each threshold: foreground by the lower, marked by the
+// upper.
+template <class T>
+void expectThresholds(std::vector<T> values,
+                      const std::vector<std::pair<double, unsigned>>& thresholds) {
+    for (const auto& [threshold, count] : thresholds) {
+        SCOPED_TRACE(threshold);
+        const int dims[3] = {1, 1, static_cast<int>(values.size())};
+        Labelling all = labelArray(values, dims, 5, threshold, threshold);
+        EXPECT_EQ(static_cast<int>(count), all.count);
+        const double lowest =
+            std::is_floating_point_v<T> ? -INFINITY : std::numeric_limits<T>::min();
+        all = labelArray(values, dims, 5, lowest, threshold);
+        unsigned marked = 0;
+        for (int i = 1; i <= all.count; ++i)
+            marked += all.list[i].mark;
+        EXPECT_EQ(count, marked);
+    }
+}
+
+TEST(Components, ThresholdsAreRoundedClampedAndWrapped) {
+    const std::pair<double, unsigned> byteRows[] = {
+        {0, 4},  {1, 3},    {0.49, 4},  {0.5, 3},  {255, 1},   {256, 4},  {257, 3},
+        {-1, 1}, {1e10, 1}, {-1e10, 4}, {kNaN, 4}, {199.5, 2}, {-0.5, 4}, {INFINITY, 1}};
+    expectThresholds<unsigned char>({0, 1, 200, 255}, {std::begin(byteRows), std::end(byteRows)});
+    expectThresholds<short>({-32768, -25536, -1, 0, 32767},
+                            {{40000, 4}, {0, 2}, {-1.5, 3}, {-0.51, 3}, {32768, 5}});
+    expectThresholds<unsigned short>({0, 40000, 65535}, {{40000, 2}, {65536, 3}, {-1, 1}});
+    expectThresholds<int>({INT_MIN, -1, 0, INT_MAX},
+                          {{1e10, 1}, {-1e10, 4}, {kNaN, 2}, {0.4, 2}, {INT_MIN, 4}});
+    expectThresholds<float>({-1.f, 0.f, 0.1f, std::nanf(""), INFINITY},
+                            {{0.1, 2}, {kNaN, 0}, {-INFINITY, 4}, {1e300, 1}});
+    expectThresholds<double>({-1, 0, 0.1, kNaN}, {{0.1, 1}, {std::nextafter(0.1, 0), 1}, {-5, 3}});
+}
+
+TEST(Components, OtherElementTypesAreRefusedBeforeAnythingElse) {
+    const std::pair<int, const char*> rows[] = {{ZtPrimType::COMPLEX, "complex"},
+                                                {ZtPrimType::UINT, "uint"},
+                                                {ZtPrimType::SBYTE, "sbyte"},
+                                                {12, "unknown"}};
+    for (const auto& [code, name] : rows) {
+        double voxel = 1;
+        const int dims[3] = {1, 1, 1};
+        unsigned short* labels = nullptr;
+        ZtDArray<Component> list(3);
+        CaptureStderr();
+        EXPECT_EQ(-1, labelCC(ZtTypedPointer(&voxel, static_cast<ZtPrimType::Type>(code)), dims, 6,
+                              labels, 0, 0, 0, 0, 0, &list, nullptr));
+        EXPECT_EQ("Unsupported data type " + std::string(name) + " in ZtRawData()\n",
+                  GetCapturedStderr());
+        EXPECT_EQ(nullptr, labels);
+        EXPECT_EQ(3, list.size());
+    }
+}
+
+TEST(Components, LabelFieldsKeepTheirSourceValues) {
+    unsigned char field[] = {0, 0, 7,  //
+                             0, 7, 7,  //
+                             3, 3, 0};
+    const int dims[3] = {3, 3, 1};
+    unsigned short labels[9];
+    ZtDArray<Component> list;
+    ASSERT_EQ(4, labelLabels(field, dims, 4, labels, 0, 0, list, nullptr));
+    const unsigned short expected[] = {1, 1, 2, 1, 2, 2, 3, 3, 4};
+    EXPECT_TRUE(std::equal(expected, expected + 9, labels));
+    EXPECT_EQ(0u, list[1].mark);
+    EXPECT_EQ(7u, list[2].mark);
+    EXPECT_EQ(3u, list[3].mark);
+    EXPECT_EQ(0u, list[4].mark);
+    std::fill(field, field + 9, static_cast<unsigned char>(0));
+    int wide[9];
+    EXPECT_EQ(1, labelLabelsHuge(field, dims, 26, wide, 0, 0, list, nullptr));
+    EXPECT_EQ(9u, list[1].numVoxels);
+}
+
+/// `count` single voxels with gaps between them.
+std::vector<unsigned char> isolated(int count) {
+    std::vector<unsigned char> row(static_cast<std::size_t>(2 * count), 0);
+    for (std::size_t i = 0; i < row.size(); i += 2)
+        row[i] = 1;
+    return row;
+}
+
+TEST(Components, SixtyFiveThousandIsOneTooManyForShortLabels) {
+    for (const int count : {64998, 64999, 65000}) {
+        SCOPED_TRACE(count);
+        std::vector<unsigned char> row = isolated(count);
+        const int dims[3] = {static_cast<int>(row.size()), 1, 1};
+        unsigned short* labels = nullptr;
+        ZtDArray<Component> list;
+        CaptureStderr();
+        const int result =
+            labelCC(ZtTypedPointer(row.data()), dims, 6, labels, 0, 1, 1, 0, 0, &list, nullptr);
+        EXPECT_EQ(count > 64998 ? "ERROR: too many components" : "", GetCapturedStderr());
+        EXPECT_EQ(count > 64998 ? -1 : count, result);
+        EXPECT_EQ(64999, list.size());
+        EXPECT_EQ(64998, labels[2 * 64997]);
+        for (int i = 2 * 64998; i < dims[0]; ++i)
+            EXPECT_EQ(0, labels[i]);
+        ztfree(labels);
+
+        int* wide = nullptr;
+        EXPECT_EQ(count, labelCCHuge(ZtTypedPointer(row.data()), dims, 6, wide, 0, 1, 1, 0, 0,
+                                     nullptr, nullptr));
+        EXPECT_EQ(count, wide[2 * count - 2]);
+        ztfree(wide);
+    }
+}
+
+TEST(Components, OnlyWhatCoexistsAfterARowCounts) {
+    // A comb of 100 teeth in every second row is one component after the next; 1300 combs would be
+    // twice too many if their teeth counted.
+    const int nx = 200, ny = 2600;
+    std::vector<unsigned char> combs(static_cast<std::size_t>(nx * ny), 1);
+    for (std::size_t i = 0; i < combs.size(); ++i)
+        if (i / nx % 2 == 0)
+            combs[i] = i % 2;
+    const int dims[3] = {nx, ny, 1};
+    for (const int connectivity : {4, 8, 18, 26})
+        EXPECT_EQ(1, labelArray(combs, dims, connectivity, 1, 1).count);
+
+    // All teeth in the first row do count, though the next one joins them.
+    std::vector<unsigned char> comb = isolated(65000);
+    comb.resize(2 * comb.size(), 1);
+    const int wide[3] = {130000, 2, 1};
+    for (const int connectivity : {4, 8, 26}) {
+        CaptureStderr();
+        EXPECT_EQ(-1, labelArray(comb, wide, connectivity, 1, 1).count);
+        EXPECT_EQ("ERROR: too many components", GetCapturedStderr());
+    }
+}
+
+TEST(Components, SumsAreExactBeyondThirtyTwoBits) {
+    // Three stretches in rows so long that their sums pass 2^32, once within a row.
+    const int nx = 300000, ny = 3;
+    std::vector<unsigned char> field(static_cast<std::size_t>(nx) * ny, 1);
+    for (int y = 0; y < ny; ++y)
+        field[static_cast<std::size_t>(nx * y + 10)] =
+            field[static_cast<std::size_t>(nx * y + 100000)] = 0;
+    const int dims[3] = {nx, ny, 1};
+    const Labelling result = labelArray(field, dims, 8, 1, 1);
+    ASSERT_EQ(3, result.count);
+    const int ends[][2] = {{0, 10}, {11, 100000}, {100001, nx}};
+    for (int i = 0; i < 3; ++i) {
+        const long long from = ends[i][0], to = ends[i][1];
+        EXPECT_EQ(static_cast<float>(ny * (to - from) * (from + to - 1) / 2),
+                  result.list[i + 1].sumX);
+        EXPECT_EQ(static_cast<float>(3 * (to - from)), result.list[i + 1].sumY);
+        EXPECT_EQ(0.f, result.list[i + 1].sumZ);
+    }
+}
+
+class Recorder : public ZtProgressInterface {
+public:
+    ~Recorder() override = default;
+    void startWorkingNoStop(const char* text) override {
+        calls += std::string("start(") + text + ")";
+    }
+    void stopWorking() override { calls += "stop"; }
+    std::string calls;
+};
+
+TEST(Components, LabelFieldsReportTheirWorkAndImagesDoNot) {
+    Recorder progress;
+    unsigned char field[3] = {1, 2, 2};
+    const int dims[3] = {3, 1, 1};
+    unsigned short labels[3];
+    unsigned short* out = labels;
+    ZtDArray<Component> list;
+    labelCC(ZtTypedPointer(field), dims, 6, out, 0, 1, 2, 0, 0, nullptr, &progress);
+    EXPECT_EQ("", progress.calls);
+    labelLabels(field, dims, 6, labels, 0, 0, list, &progress);
+    EXPECT_EQ("start()stop", progress.calls);
+}
+
+TEST(Components, ExhaustedMemoryLeavesLabelsAndListAsTheyWere) {
+    struct Call {
+        unsigned short* labels = nullptr;
+        unsigned short given[600];
+        ZtDArray<Component> list;
+
+        Call() : list(2) {
+            std::fill(given, given + 600, static_cast<unsigned short>(77));
+            list[0] = list[1] = Component();
+            list[1].numVoxels = 5;
+        }
+        ~Call() { ztfree(labels); }
+    };
+    std::vector<unsigned char> field = isolated(300);
+    const int dims[3] = {600, 1, 1};
+    const auto label = [&](Call& call) {
+        labelCC(ZtTypedPointer(field.data()), dims, 26, call.labels, 0, 1, 2, 0, 0, &call.list,
+                nullptr);
+    };
+    const auto labelPieces = [&](Call& call) {
+        labelLabels(field.data(), dims, 6, call.given, 0, 0, call.list, nullptr);
+    };
+    const auto expectAsItWas = [](Call& call) {
+        EXPECT_EQ(nullptr, call.labels);
+        EXPECT_TRUE(std::all_of(call.given, call.given + 600, [](int l) { return l == 77; }));
+        ASSERT_EQ(2, call.list.size());
+        EXPECT_EQ(5u, call.list[1].numVoxels);
+    };
+    const auto make = [] { return std::make_unique<Call>(); };
+    for (const auto form : {components::Form::kPlain, components::Form::kAutomatic}) {
+        components::useForm(form);
+        failEveryAllocation(
+            make, [&](auto& call) { label(*call); }, [&](auto& call) { expectAsItWas(*call); });
+        failEveryAllocation(
+            make, [&](auto& call) { labelPieces(*call); },
+            [&](auto& call) { expectAsItWas(*call); });
+    }
+    components::useForm(components::Form::kAutomatic);
+}
+
+}  // namespace
