@@ -26,7 +26,7 @@ if(TREE STREQUAL pkgconfig)
     run(${PKG_CONFIG} --define-variable=prefix=${SCRATCH}/prefix --cflags --libs ztlib)
     string(STRIP "${output}" flags)
     separate_arguments(flags UNIX_COMMAND "${flags}")
-    run(${CXX} -std=c++17 ${consumer}/consumer.cpp -o ${SCRATCH}/consumer ${flags}
+    run(${CXX} -std=c++17 ${consumer}/../../../examples/label_slice.cpp -o ${SCRATCH}/consumer ${flags}
         -Wl,-rpath,${SCRATCH}/prefix/${LIBDIR})
     run(${SCRATCH}/consumer)
 else()
