@@ -208,7 +208,7 @@ private:
 
     static std::size_t bytes(long long n) { return static_cast<std::size_t>(n) * sizeof(T); }
     static void copyConstruct(T* target, int n, const T* source);
-    static void destroy(T* from, T* to) noexcept;
+    __attribute__((no_sanitize("vptr"))) static void destroy(T* from, T* to) noexcept;
 
     T& at(int i) {
         ZT_REQUIRE(isValidIndex(i));
@@ -382,15 +382,17 @@ inline int ZtDArray<T, N>::push(const T& value) {
 
 template <class T, int N>
 int ZtDArray<T, N>::pushGrowing(const T& value) {
-    if constexpr (kIsPlain && sizeof(T) <= 64) {
-        const T copy = value;
+    const T* source = &value;
+    if (isOwn(source)) {
+        const std::ptrdiff_t s = source - data_;
         growTo(size_ + 1LL);
-        ::new (static_cast<void*>(data_ + size_)) T(copy);
-        return size_++;
+        source = data_ + s;
     } else {
-        insert(size_, 1, &value);
-        return size_ - 1;
+        growTo(size_ + 1LL);
     }
+    ::new (static_cast<void*>(data_ + size_)) T(*source);
+    // Last, since a value that owns this array has just been copied with it.
+    return size_++;
 }
 
 template <class T, int N>
@@ -631,7 +633,8 @@ void ZtDArray<T, N>::copyConstruct(T* target, int n, const T* source) {
 template <class T, int N>
 void ZtDArray<T, N>::destroy(T* from, T* to) noexcept {
     if constexpr (kHasDestructor) {
-        // Not a virtual call: a raw slot of zeros has no virtual table yet.
+        // Not a virtual call: a raw slot of zeros has no virtual table yet, which sanitizers
+        // notice.
         for (; from < to; ++from)
             from->T::~T();
     } else {

@@ -1,0 +1,181 @@
+// Byte patterns, their cursor and the copy against a plain list of offsets; the allocator pairs.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ztlib/ZtAllocator.h>
+#include <ztlib/ZtBytePattern.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using testing::ElementsAreArray;
+
+/// The dimensions of a pattern, innermost first, and the offsets of its bytes in order.
+struct Selection {
+    std::vector<int> sizes;
+    std::vector<int> strides;
+
+    ZtBytePattern pattern() const {
+        return ZtBytePattern(static_cast<int>(sizes.size()), sizes.data(), strides.data());
+    }
+
+    std::vector<std::ptrdiff_t> offsets() const {
+        std::vector<std::ptrdiff_t> result = {0};
+        for (std::size_t i = 0; i < sizes.size(); ++i) {
+            std::vector<std::ptrdiff_t> outer;
+            for (int step = 0; step < sizes[i]; ++step)
+                for (const std::ptrdiff_t offset : result)
+                    outer.push_back(offset + step * std::ptrdiff_t{strides[i]});
+            result = outer;
+        }
+        return result;
+    }
+};
+
+/// A selection of up to `count` bytes in all, each at a place of its own: a box in an array of up
+/// to five dimensions of which some are taken whole, the steps of others running backwards.
+Selection randomSelection(std::mt19937& random) {
+    const auto below = [&random](int n) { return static_cast<int>(random() % unsigned(n)); };
+    Selection selection;
+    int extent = below(3) == 0 ? 2 : 1;
+    for (int levels = 1 + below(5); levels > 0; --levels) {
+        const int size = 1 + below(5);
+        selection.sizes.push_back(size);
+        selection.strides.push_back(below(6) == 0 ? -extent : extent);
+        extent *= size + below(3) / 2;
+    }
+    return selection;
+}
+
+TEST(ZtBytePattern, JoinsDimensionsThatContinueEachOther) {
+    const struct {
+        const char* name;
+        Selection selection;
+        std::vector<int> counts;
+        std::vector<int> strides;
+    } rows[] = {
+        {"whole", {{4, 10}, {1, 4}}, {40}, {1}},
+        {"rows apart", {{4, 10}, {1, 8}}, {4, 10}, {1, 8}},
+        {"whole rows of planes", {{2, 3, 4}, {1, 2, 12}}, {6, 4}, {1, 12}},
+        {"every other byte", {{4, 10}, {2, 8}}, {40}, {2}},
+        {"too many to count",
+         {{1 << 16, 1 << 15, 2}, {1, 1 << 16, INT_MIN}},
+         {1 << 16, 1 << 15, 2},
+         {1, 1 << 16, INT_MIN}},
+        {"nothing", {{}, {}}, {0}, {0}},
+        {"nine levels",
+         {{2, 2, 2, 2, 2, 2, 2, 2, 2}, {1, 3, 7, 15, 31, 63, 127, 255, 511}},
+         {2, 2, 2, 2, 2, 2, 2, 2},
+         {1, 3, 7, 15, 31, 63, 127, 255}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ZtBytePattern pattern = row.selection.pattern();
+        EXPECT_THAT(std::vector<int>(pattern.counts, pattern.counts + pattern.nLevels),
+                    ElementsAreArray(row.counts));
+        EXPECT_THAT(std::vector<int>(pattern.strides, pattern.strides + pattern.nLevels),
+                    ElementsAreArray(row.strides));
+    }
+}
+
+TEST(ZtBytePattern, CursorVisitsEveryByteInOrder) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 300; ++round) {
+        SCOPED_TRACE(round);
+        const Selection selection = randomSelection(random);
+        const std::vector<std::ptrdiff_t> offsets = selection.offsets();
+        const ZtBytePattern pattern = selection.pattern();
+        BytePatternIterator walk(pattern);
+        std::ptrdiff_t summed = 0;
+        for (std::size_t at = 0; at < offsets.size();) {
+            ASSERT_FALSE(walk.isFinished());
+            BytePatternIterator jump(pattern);
+            jump.seek(static_cast<long long>(at));
+            ASSERT_EQ(offsets[at], walk.offset());
+            ASSERT_EQ(offsets[at], jump.offset());
+            ASSERT_EQ(offsets[at], summed);
+            ASSERT_EQ(walk.stepsLeft(), jump.stepsLeft());
+            const int run = walk.runLength();
+            for (std::size_t i = 0; i < static_cast<std::size_t>(run); ++i)
+                ASSERT_EQ(walk.offset() + static_cast<std::ptrdiff_t>(i), offsets[at + i]);
+            const int steps = 1 + static_cast<int>(random() % unsigned(walk.stepsLeft()));
+            walk.advance(steps);
+            summed += walk.lastStep();
+            at += static_cast<std::size_t>(steps);
+        }
+        EXPECT_TRUE(walk.isFinished());
+        for (const long long past : {0LL, 1LL, 1LL << 40, std::numeric_limits<long long>::max()}) {
+            walk.seek(static_cast<long long>(offsets.size()) + (past < 2 ? past : past / 2));
+            EXPECT_TRUE(walk.isFinished());
+        }
+        walk.reset();
+        EXPECT_EQ(0, walk.offset());
+    }
+}
+
+// The shorter pattern ends the copy; bytes that are not meant stay.
+TEST(ZtBytePattern, CopiesInPatternOrder) {
+    std::mt19937 random(2);
+    constexpr std::ptrdiff_t kMiddle = 20000;
+    for (int round = 0; round < 400; ++round) {
+        SCOPED_TRACE(round);
+        const Selection to = randomSelection(random);
+        const Selection from = round % 3 == 0 ? to : randomSelection(random);
+        std::vector<unsigned char> source(2 * kMiddle);
+        for (unsigned char& byte : source)
+            byte = static_cast<unsigned char>(random());
+        std::vector<unsigned char> target(source.rbegin(), source.rend());
+        std::vector<unsigned char> expected = target;
+        const auto toOffsets = to.offsets();
+        const auto fromOffsets = from.offsets();
+        for (std::size_t i = 0; i < std::min(toOffsets.size(), fromOffsets.size()); ++i)
+            expected[static_cast<std::size_t>(kMiddle + toOffsets[i])] =
+                source[static_cast<std::size_t>(kMiddle + fromOffsets[i])];
+        ztmemcpy(target.data() + kMiddle, to.pattern(), source.data() + kMiddle, from.pattern());
+        ASSERT_EQ(expected, target);
+    }
+}
+
+TEST(ZtBytePattern, CountsBelowOneHoldNothing) {
+    const Selection one = {{1}, {1}};
+    for (const Selection& empty : {Selection{{}, {}}, Selection{{0}, {1}}, Selection{{-3}, {1}},
+                                   Selection{{0, 5}, {1, 9}}, Selection{{2, -1, 3}, {1, 9, 99}}}) {
+        char from = 'a';
+        char to = 'b';
+        ztmemcpy(&to, empty.pattern(), &from, one.pattern());
+        ztmemcpy(&to, one.pattern(), &from, empty.pattern());
+        EXPECT_EQ('b', to);
+        const ZtBytePattern pattern = empty.pattern();
+        BytePatternIterator walk(pattern);
+        walk.seek(7);
+        EXPECT_TRUE(walk.isFinished());
+    }
+}
+
+TEST(ZtAllocator, NamesAPairOfFunctions) {
+    EXPECT_TRUE(ZtAllocator() == ZtAllocator(&std::malloc, &std::free));
+    EXPECT_TRUE(ZtAllocator(ZtAllocator::NEDMALLOC) == ZtAllocator(1));
+    EXPECT_TRUE(ZtAllocator(ZtAllocator::NEW_DELETE) != ZtAllocator(ZtAllocator::MALLOC));
+    for (const int type : {ZtAllocator::MALLOC, ZtAllocator::NEW_DELETE}) {
+        const ZtAllocator allocator(type);
+        void* const block = allocator.allocate(100);
+        ASSERT_NE(nullptr, block);
+        allocator.deallocate(block);
+        allocator.deallocate(nullptr);
+        EXPECT_EQ(nullptr, allocator.allocate(PTRDIFF_MAX));
+    }
+    for (const int type : {1, 7, -1}) {
+        EXPECT_EQ(nullptr, ZtAllocator(type).allocate(1));
+        int notABlock = 0;
+        ZtAllocator(type).deallocate(&notABlock);
+    }
+}
+
+}  // namespace
