@@ -141,8 +141,9 @@ bool ZtBitfield::save(const char* filename) const {
     };
     if (!inPieces(words_, bytesFor(nBits_), write))
         return false;
-    // Only closing tells whether the last bytes found room on the disk.
-    return std::fclose(file.release()) == 0;
+    // Only now is it told whether the last bytes found room on the disk, on some systems by the
+    // flush, on others by closing.
+    return std::fflush(file.get()) == 0 && std::fclose(file.release()) == 0;
 }
 
 bool ZtBitfield::load(const char* filename, unsigned n) {

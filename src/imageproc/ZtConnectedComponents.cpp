@@ -97,10 +97,10 @@ double threshold(double value, Element element) {
 
 /// The number of voxels; an array of them fits into memory, or ZtMemoryException is thrown.
 std::uint64_t voxelsIn(const int* dims, std::size_t labelBytes) {
+    if (dims[0] < 1 || dims[1] < 1 || dims[2] < 1)
+        return 0;
     std::uint64_t count = 1;
     for (int i = 0; i < 3; ++i) {
-        if (dims[i] < 1)
-            return 0;
         const std::uint64_t n = static_cast<std::uint64_t>(dims[i]);
         if (count > static_cast<std::size_t>(PTRDIFF_MAX) / labelBytes / n)
             ztThrowMemoryException(SIZE_MAX);

@@ -1,0 +1,161 @@
+// Results are the same to the last bit on every system: their digests, as computed on 64-bit Linux.
+#include <gtest/gtest.h>
+#include <ztlib/ZtBitfield.h>
+#include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtHash.h>
+#include <ztlib/ZtProgressInterface.h>
+#include <ztlib/ZtString.h>
+#include <ztlib/ZtVec2f.h>
+#include <ztlib/ZtVec3d.h>
+#include <ztlib/ZtVec3f.h>
+#include <ztlib/ZtVec4f.h>
+
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+// The 64-bit digest of Fowler, Noll and Vo (FNV-1a) of the bytes of numbers, lowest byte first.
+class Digest {
+public:
+    template <class T>
+    void add(T value) {
+        static_assert(std::is_arithmetic_v<T>);
+        unsigned char bytes[sizeof(T)];
+        std::memcpy(bytes, &value, sizeof(T));
+        for (const unsigned char byte : bytes)
+            value_ = (value_ ^ byte) * 0x100000001b3u;
+    }
+    std::uint64_t value() const { return value_; }
+
+private:
+    std::uint64_t value_ = 0xcbf29ce484222325u;
+};
+
+// Only the engine's own numbers: the standard's distributions differ between libraries.
+class Numbers {
+public:
+    std::uint32_t next() { return static_cast<std::uint32_t>(engine_()); }
+    float fraction() { return static_cast<float>(next() >> 8) / 16777216.0f; }
+    /// Of widely spread magnitudes, both signs.
+    float spread() {
+        const float scale = static_cast<float>(1u << next() % 31);
+        const float magnitude = fraction() * scale;
+        return next() % 2 ? -magnitude : magnitude;
+    }
+
+private:
+    std::mt19937 engine_{20240229};
+};
+
+TEST(ResultsDigest, Vectors) {
+    Numbers numbers;
+    Digest digest;
+    for (int i = 0; i < 5000; ++i) {
+        // Braces: their arguments are evaluated in order.
+        ZtVec3f a{numbers.spread(), numbers.spread(), numbers.spread()};
+        ZtVec3f b{numbers.spread(), numbers.spread(), numbers.spread()};
+        const ZtVec3f c = a.cross(b) * numbers.fraction() - b / 3.0f;
+        digest.add(a.dot(b));
+        digest.add(a.length());
+        digest.add(a.normalize());
+        ZtVec4f d(a.x, c.y, b.z, numbers.spread());
+        ZtVec2f e(c.x, a.y);
+        ZtVec3d f(c);
+        digest.add(d.normalize());
+        digest.add(e.normalize());
+        digest.add(f.normalize());
+        for (const float value : {a.x, a.y, a.z, c.x, c.y, c.z, d.x, d.w, e.x, e.y})
+            digest.add(value);
+        digest.add(f.x + f.y * f.z);
+    }
+    EXPECT_EQ(9840686235646515760u, digest.value());
+}
+
+TEST(ResultsDigest, ConnectedComponents) {
+    namespace cc = ZtConnectedComponents;
+    Numbers numbers;
+    Digest digest;
+    const int dims[3] = {131, 40, 23};
+    const std::size_t count = 131 * 40 * 23;
+    std::vector<float> values(count);
+    std::vector<unsigned char> field(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        values[i] = numbers.fraction();
+        // Mostly as its neighbour, so that pieces of some size come out.
+        field[i] = i > 0 && numbers.next() % 8 ? field[i - 1]
+                                               : static_cast<unsigned char>(numbers.next() % 3);
+    }
+    for (const int connectivity : {4, 6, 8, 10, 18, 26, 7}) {
+        for (const double threshold : {0.3, 0.5, 0.9}) {
+            std::vector<unsigned short> labels(count);
+            unsigned short* out = labels.data();
+            ZtDArray<cc::Component> list;
+            digest.add(cc::labelCC(ZtTypedPointer(values.data()), dims, connectivity, out, 0,
+                                   connectivity == 7 ? 0.9 : threshold, 0.95, 0, 0, &list,
+                                   nullptr));
+            for (const unsigned short label : labels)
+                digest.add(label);
+            for (const cc::Component& component : list) {
+                digest.add(component.numVoxels);
+                digest.add(component.mark);
+                digest.add(component.sumX);
+                digest.add(component.sumY);
+                digest.add(component.sumZ);
+            }
+        }
+        std::vector<int> pieces(count);
+        ZtDArray<cc::Component> list;
+        digest.add(cc::labelLabelsHuge(field.data(), dims, connectivity, pieces.data(), 0, 0, list,
+                                       nullptr));
+        for (const int piece : pieces)
+            digest.add(piece);
+        for (const cc::Component& component : list)
+            digest.add(component.sumX + component.sumY + component.sumZ);
+    }
+    EXPECT_EQ(8986831942742291019u, digest.value());
+}
+
+class Recorder : public ZtProgressInterface {
+public:
+    explicit Recorder(Digest& digest) : digest_(digest) {}
+
+protected:
+    void setProgressValueGlobal(float value) override { digest_.add(value); }
+
+private:
+    Digest& digest_;
+};
+
+TEST(ResultsDigest, ProgressNumbersAndHashes) {
+    Numbers numbers;
+    Digest digest;
+    Recorder progress(digest);
+    ZtDArray<float> weights;
+    for (int i = 0; i < 20; ++i)
+        weights.push(static_cast<float>(i) + numbers.fraction());
+    static_cast<ZtProgressInterface&>(progress).subdivide(weights);
+    static_cast<ZtProgressInterface&>(progress).subdivide(7);
+    for (int i = 0; i < 40; ++i) {
+        progress.setProgressValue(numbers.fraction());
+        progress.stopWorking();
+        if (i % 7 == 6)
+            progress.undivide();
+    }
+    for (int i = 0; i < 2000; ++i) {
+        const std::uint64_t high = numbers.next();
+        const long long wide = static_cast<long long>(high << 32 | numbers.next());
+        const ZtString text = ZtString::fromInt64(wide >> numbers.next() % 64);
+        digest.add(zt_hash(text));
+        digest.add(text.toInt64());
+        digest.add(text.toFloat());
+        digest.add(hash2(ZtVec3i(static_cast<int>(numbers.next() % 5000), i, -i), 137));
+        digest.add(computePrime(static_cast<int>(numbers.next() % 100000)));
+    }
+    EXPECT_EQ(183042981222612684u, digest.value());
+}
+
+}  // namespace
