@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 
 namespace ztlabel {
 
@@ -14,6 +15,16 @@ namespace {
 
 bool isVersion2(const nifti_image& image) {
     return image.nifti_type == NIFTI_FTYPE_NIFTI2_1 || image.nifti_type == NIFTI_FTYPE_NIFTI2_2;
+}
+
+/// Where voxels start in a single file: behind header and extensions, at a multiple of 16. (The
+/// library's own function for this leaves NIfTI-2 out.)
+int64_t voxelOffset(const nifti_image& header, bool version2) {
+    constexpr int64_t kExtender = 4;
+    int64_t size = (version2 ? sizeof(nifti_2_header) : sizeof(nifti_1_header)) + kExtender;
+    for (int i = 0; i < header.num_ext; ++i)
+        size += header.ext_list[i].esize;
+    return (size + 15) / 16 * 16;
 }
 
 NiftiHeader labelHeader(const nifti_image& input, const LabelVolume& labels, int labelCount,
@@ -36,7 +47,7 @@ NiftiHeader labelHeader(const nifti_image& input, const LabelVolume& labels, int
     header->intent_code = NIFTI_INTENT_LABEL;
     header->intent_p1 = header->intent_p2 = header->intent_p3 = 0;
     std::snprintf(header->intent_name, sizeof(header->intent_name), "components");
-    nifti_set_iname_offset(header.get(), second ? 2 : 1);
+    header->iname_offset = single ? voxelOffset(*header, second) : 0;
     return header;
 }
 
@@ -46,6 +57,8 @@ void writeHeader(const nifti_image& header, int (*convert)(const nifti_image*, R
     RawHeader raw;
     if (convert(&header, &raw) != 0)
         throw Failure("the header of the label volume cannot be formed");
+    if constexpr (std::is_same_v<RawHeader, nifti_2_header>)  // the library writes half of it
+        std::memcpy(raw.magic + 4, "\r\n\032\n", 4);
     sink.write(&raw, sizeof(raw));
     std::size_t size = sizeof(raw);
 

@@ -21,6 +21,7 @@ struct RawHeader {
     int64_t dim[8] = {};
     int datatype = 0;
     double voxelOffset = 0;
+    int version = 1;
     bool isSingleFile = false;
 };
 
@@ -30,6 +31,7 @@ RawHeader fieldsOf(const Header& header) {
     std::copy(std::begin(header.dim), std::end(header.dim), raw.dim);
     raw.datatype = header.datatype;
     raw.voxelOffset = static_cast<double>(header.vox_offset);
+    raw.version = sizeof(header) == sizeof(nifti_2_header) ? 2 : 1;
     raw.isSingleFile = header.magic[0] == 'n' && header.magic[1] == '+';
     return raw;
 }
@@ -163,6 +165,8 @@ NiftiHeader readVolumeHeader(const std::string& path) {
     NiftiHeader header(nifti_image_read(name.c_str(), 0));
     if (!header)
         throw Failure("'" + name + "' is not a volume: its NIfTI header cannot be read");
+    if (raw.version == 2)  // which the library leaves out
+        header->nifti_type = raw.isSingleFile ? NIFTI_FTYPE_NIFTI2_1 : NIFTI_FTYPE_NIFTI2_2;
     checkDimensions(raw, name);
     checkFileSize(*header);
     checkVoxelCount(*header);

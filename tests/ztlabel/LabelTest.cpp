@@ -75,23 +75,22 @@ protected:
         arguments << "--sort raster -c " << connectivity << " -t " << threshold << " -u " << upper
                   << " " << file << " " << output;
         SCOPED_TRACE(arguments.str() + " type " + std::to_string(grid.datatype));
-        const double slope = grid.slope == 0 ? 1 : static_cast<float>(grid.slope);
-        const double intercept = grid.slope == 0 ? 0 : static_cast<float>(grid.intercept);
         const auto reaches = [&](std::size_t i, double t) {
-            return slope * grid.values[i] + intercept >= t;
+            return grid.scaled(grid.values[i]) >= t;
         };
         const auto isIn = [&](std::size_t i) { return reaches(i, threshold); };
         const std::vector<int> labels =
             floodFill(grid, connectivity, isIn, [](std::size_t, std::size_t) { return true; });
+        for (const std::string& name : files())
+            if (name.starts_with("out."))  // the NIfTI library reads out.nii for out.nii.gz
+                fs::remove(path(name));
         const nlohmann::json json = runForJson(arguments.str());
         EXPECT_EQ(readLabels(output, NIFTI_TYPE_UINT16), labels);
         EXPECT_EQ(json["components"], *std::max_element(labels.begin(), labels.end()));
         EXPECT_EQ(json["connectivity"], connectivity);
-        EXPECT_EQ(json["foreground"], std::count_if(labels.begin(), labels.end(), [](int l) {
-                      return l != 0;
-                  }));
-        expectTable(json["table"], grid, labels,
-                    [&](std::size_t i) { return reaches(i, upper); });
+        EXPECT_EQ(json["foreground"],
+                  std::count_if(labels.begin(), labels.end(), [](int l) { return l != 0; }));
+        expectTable(json["table"], grid, labels, [&](std::size_t i) { return reaches(i, upper); });
     }
 
     /// Labels a real volume and returns the JSON.
@@ -122,8 +121,10 @@ TEST_F(LabelTest, TakesEveryTypeByteOrderFormAndScaling) {
         {"f32", NIFTI_TYPE_FLOAT32, {-1.5, 0.25, 3, NAN, kInfinity}, 0.25, 3},
         {"f64", NIFTI_TYPE_FLOAT64, {-1e300, 0.1, 0.3, NAN, -kInfinity}, 0.1, 0.3},
     };
-    const std::pair<const char*, const char*> forms[] = {
-        {".nii", "out.nii"}, {".nii.gz", "out.nii.gz"}, {".hdr", "out.hdr"}, {".hdr.gz", "out.img.gz"}};
+    const std::pair<const char*, const char*> forms[] = {{".nii", "out.nii"},
+                                                         {".nii.gz", "out.nii.gz"},
+                                                         {".hdr", "out.hdr"},
+                                                         {".hdr.gz", "out.img.gz"}};
     const int connectivities[] = {4, 8, 6, 10, 18, 26};
     const double slopes[] = {0, 0.1, -2, -0.3};
     unsigned turn = 0;
@@ -135,13 +136,10 @@ TEST_F(LabelTest, TakesEveryTypeByteOrderFormAndScaling) {
             grid.swapped = turn % 2 == 1;
             grid.version = turn % 3 == 0 ? 2 : 1;
             const auto& [ending, output] = forms[turn % 4];
-            // The threshold stays at a stored value, which is the case that is easily lost.
-            const auto scaled = [&](double t) {
-                return slope == 0 ? t : static_cast<float>(slope) * t + 12.5;
-            };
+            // The thresholds are at stored values: the case that rounding easily loses.
             write(row.name + std::string(ending), grid);
             expectComponents(grid, row.name + std::string(ending), output, connectivities[turn % 6],
-                             scaled(row.threshold), scaled(row.upper));
+                             grid.scaled(row.threshold), grid.scaled(row.upper));
             ++turn;
         }
 }
@@ -183,9 +181,9 @@ TEST_F(LabelTest, SplitsLabelFieldsOfAnyValues) {
             const std::vector<int> labels = floodFill(
                 grid, connectivity, [](std::size_t) { return true; },
                 [&](std::size_t a, std::size_t b) { return grid.values[a] == grid.values[b]; });
-            const nlohmann::json json = runForJson("--labels --sort raster -c " +
-                                                   std::to_string(connectivity) +
-                                                   " field.nii out.nii.gz");
+            const nlohmann::json json =
+                runForJson("--labels --sort raster -c " + std::to_string(connectivity) +
+                           " field.nii out.nii.gz");
             EXPECT_EQ(readLabels("out.nii.gz", NIFTI_TYPE_UINT16), labels);
             expectTable(json["table"], grid, labels, [](std::size_t) { return false; });
             for (std::size_t i = 0; i < labels.size(); ++i)
@@ -202,7 +200,7 @@ TEST_F(LabelTest, GoesOnWithWideLabelsByItself) {
             grid.values.push_back(x % 2 == 1 && y % 2 == 1 ? 9 : 0);
     grid.values[2 * 531 + 1] = 9;
     write("dots.nii", grid);
-    const Run result = run("-t 9 --rows 1 dots.nii out.nii");
+    const Outcome result = run("-t 9 --rows 1 dots.nii out.nii");
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, "ztlabel: more than 64998 components: labelled with 32 bits\n");
     EXPECT_THAT(result.out, HasSubstr("total: 70224 components"));
@@ -251,12 +249,11 @@ TEST_F(LabelTest, FindsTheThresholdBetweenTwoModes) {
                 grid.values.push_back(storedAs(datatype, i % 3 == 0 ? high(random) : low(random)));
             write("modes.nii", grid);
             const nlohmann::json json = runForJson("-t otsu modes.nii");
-            const double stored = json["threshold"].get<double>() / (slope == 0 ? 1 : slope);
-            EXPECT_NEAR(stored, 100, 40) << datatype << " " << slope;
-            EXPECT_EQ(json["foreground"], slope < 0 ? 2500 - 834 : 834);
+            EXPECT_EQ(json["foreground"], slope < 0 ? 2500 - 834 : 834)
+                << datatype << " " << slope << " " << json["threshold"];
         }
     write("flat.nii", {.dims = {3, 1, 1}, .values = {4, 4, 4}});
-    const Run flat = run("-t otsu flat.nii");
+    const Outcome flat = run("-t otsu flat.nii");
     EXPECT_EQ(flat.status, 1);
     EXPECT_EQ(flat.err,
               "ztlabel: Otsu's method finds no threshold: the volume has only one value\n");
@@ -267,8 +264,9 @@ TEST_F(LabelTest, GivesTheReferenceAnswersOfRealVolumes) {
         GTEST_SKIP() << "THE REAL VOLUMES ARE MISSING: install mricron-data";
     const std::map<int, int> ofBrain = {{6, 1069}, {18, 501}, {26, 408}};
     for (const auto& [connectivity, count] : ofBrain)
-        EXPECT_EQ(labelReal("ch2.nii.gz", "-t 100 -c " + std::to_string(connectivity))["components"],
-                  count);
+        EXPECT_EQ(
+            labelReal("ch2.nii.gz", "-t 100 -c " + std::to_string(connectivity))["components"],
+            count);
     const nlohmann::json brain = labelReal("ch2.nii.gz", "-t 100");
     EXPECT_EQ(brain["connectivity"], 26);
     const nlohmann::json& largest = brain["table"][0];
@@ -281,8 +279,9 @@ TEST_F(LabelTest, GivesTheReferenceAnswersOfRealVolumes) {
 
     const std::map<int, int> ofAtlas = {{6, 185}, {18, 159}, {26, 159}};
     for (const auto& [connectivity, count] : ofAtlas)
-        EXPECT_EQ(labelReal("aal.nii.gz", "--labels -c " + std::to_string(connectivity))["components"],
-                  count);
+        EXPECT_EQ(
+            labelReal("aal.nii.gz", "--labels -c " + std::to_string(connectivity))["components"],
+            count);
     const nlohmann::json atlas =
         labelReal("aal.nii.gz", "--labels --names " + kTemplates + "aal.nii.txt");
     EXPECT_EQ(atlas["foreground"], 181 * 217 * 181);

@@ -22,16 +22,26 @@ void append(std::string& bytes, double value) {
 /// Calls f(T()) with the type of the voxels.
 auto dispatch(int datatype, auto f) {
     switch (datatype) {
-        case NIFTI_TYPE_INT8: return f(int8_t());
-        case NIFTI_TYPE_INT16: return f(int16_t());
-        case NIFTI_TYPE_UINT16: return f(uint16_t());
-        case NIFTI_TYPE_INT32: return f(int32_t());
-        case NIFTI_TYPE_UINT32: return f(uint32_t());
-        case NIFTI_TYPE_INT64: return f(int64_t());
-        case NIFTI_TYPE_UINT64: return f(uint64_t());
-        case NIFTI_TYPE_FLOAT32: return f(float());
-        case NIFTI_TYPE_FLOAT64: return f(double());
-        default: return f(uint8_t());
+        case NIFTI_TYPE_INT8:
+            return f(int8_t());
+        case NIFTI_TYPE_INT16:
+            return f(int16_t());
+        case NIFTI_TYPE_UINT16:
+            return f(uint16_t());
+        case NIFTI_TYPE_INT32:
+            return f(int32_t());
+        case NIFTI_TYPE_UINT32:
+            return f(uint32_t());
+        case NIFTI_TYPE_INT64:
+            return f(int64_t());
+        case NIFTI_TYPE_UINT64:
+            return f(uint64_t());
+        case NIFTI_TYPE_FLOAT32:
+            return f(float());
+        case NIFTI_TYPE_FLOAT64:
+            return f(double());
+        default:
+            return f(uint8_t());
     }
 }
 
@@ -40,6 +50,8 @@ std::string headerBytes(const Grid& grid, const char* magic, std::size_t offset)
     Header header = {};
     header.sizeof_hdr = sizeof(Header);
     std::strcpy(header.magic, magic);
+    if (grid.version == 2)
+        std::memcpy(header.magic + 4, "\r\n\032\n", 4);
     header.dim[0] = grid.fourthDim > 1 ? 4 : grid.dims[2] > 1 ? 3 : 2;
     for (int axis = 0; axis < 7; ++axis)
         header.dim[axis + 1] = 1;
@@ -57,11 +69,26 @@ std::string headerBytes(const Grid& grid, const char* magic, std::size_t offset)
     header.scl_slope = static_cast<decltype(header.scl_slope)>(grid.slope);
     header.scl_inter = static_cast<decltype(header.scl_inter)>(grid.intercept);
     header.xyzt_units = NIFTI_UNITS_MM;
+    if (grid.annotated) {
+        header.sform_code = NIFTI_XFORM_MNI_152;
+        header.srow_x[0] = -1;
+        header.srow_x[3] = 90;
+        header.srow_y[1] = 2;
+        header.srow_y[3] = -126;
+        header.srow_z[2] = 3;
+        header.srow_z[3] = -72;
+        std::strcpy(header.descrip, "a scan");
+    }
     if (grid.swapped)
         swap_nifti_header(&header, grid.version);
     std::string bytes(sizeof(Header), '\0');
     std::memcpy(bytes.data(), &header, sizeof(Header));
     bytes.resize(offset != 0 ? offset : sizeof(Header));
+    if (grid.annotated) {
+        const int extension[] = {1, 16, NIFTI_ECODE_COMMENT};
+        std::memcpy(bytes.data() + sizeof(Header), extension, sizeof(extension));
+        std::memcpy(bytes.data() + sizeof(Header) + sizeof(extension), "remark", 6);
+    }
     return bytes;
 }
 
@@ -88,15 +115,17 @@ ToolTest::ToolTest() {
     folder_ = mkdtemp(name.data());
 }
 
-ToolTest::~ToolTest() { fs::remove_all(folder_); }
+ToolTest::~ToolTest() {
+    fs::remove_all(folder_);
+}
 
-Run ToolTest::run(const std::string& arguments, const std::string& before) const {
+Outcome ToolTest::run(const std::string& arguments, const std::string& before) const {
     const std::string out = folder_.string() + ".out";
     const std::string err = folder_.string() + ".err";
-    const int status = std::system(("cd '" + folder_.string() + "' && { " + before +
-                                    " '" ZTLABEL_PROGRAM "' " + arguments + " ; } >'" + out +
-                                    "' 2>'" + err + "'")
-                                       .c_str());
+    const int status =
+        std::system(("cd '" + folder_.string() + "' && { " + before + " '" ZTLABEL_PROGRAM "' " +
+                     arguments + " ; } >'" + out + "' 2>'" + err + "'")
+                        .c_str());
     const auto content = [](const std::string& file) {
         std::ostringstream text;
         text << std::ifstream(file, std::ios::binary).rdbuf();
@@ -108,7 +137,7 @@ Run ToolTest::run(const std::string& arguments, const std::string& before) const
 }
 
 nlohmann::json ToolTest::runForJson(const std::string& arguments) const {
-    const Run result = run("--force -q --json result.json " + arguments);
+    const Outcome result = run("--force -q --json result.json " + arguments);
     EXPECT_EQ(result.status, 0) << arguments;
     EXPECT_EQ(result.out + result.err, "") << arguments;
     return nlohmann::json::parse(read("result.json"), nullptr, false);
@@ -124,12 +153,12 @@ void ToolTest::write(const std::string& name, const Grid& grid) const {
         nifti_swap_Nbytes(static_cast<int64_t>(voxels.size()) / swapSize, swapSize, voxels.data());
 
     const bool pair = name.find(".hdr") != std::string::npos;
-    const std::size_t headerSize = grid.version == 1 ? 352 : 544;
-    const std::string magic = std::string(pair ? "ni" : "n+") + static_cast<char>('0' + grid.version);
+    const std::size_t headerSize = (grid.version == 1 ? 352u : 544u) + (grid.annotated ? 16u : 0u);
+    const std::string magic =
+        std::string(pair ? "ni" : "n+") + static_cast<char>('0' + grid.version);
     const std::string header =
-        grid.version == 1
-            ? headerBytes<nifti_1_header>(grid, magic.c_str(), pair ? 0 : headerSize)
-            : headerBytes<nifti_2_header>(grid, magic.c_str(), pair ? 0 : headerSize);
+        grid.version == 1 ? headerBytes<nifti_1_header>(grid, magic.c_str(), pair ? 0 : headerSize)
+                          : headerBytes<nifti_2_header>(grid, magic.c_str(), pair ? 0 : headerSize);
     if (!pair)
         return save(path(name), header + voxels);
     std::string image = name;

@@ -14,7 +14,7 @@
 
 namespace fs = std::filesystem;
 
-struct Run {
+struct Outcome {
     int status = -1;  // as a shell has it: 128 + n for an end by signal n
     std::string out;
     std::string err;
@@ -31,8 +31,16 @@ struct Grid {
     int version = 1;
     std::array<double, 3> spacing = {1, 1, 1};
     int fourthDim = 1;
+    bool annotated = false;  // with an sform, a description and an extension
 
     std::size_t size() const { return values.size(); }
+    /// What a stored value stands for. NIfTI-1 has the scaling in single precision.
+    double scaled(double stored) const {
+        if (slope == 0)
+            return stored;
+        return version == 2 ? slope * stored + intercept
+                            : static_cast<float>(slope) * stored + static_cast<float>(intercept);
+    }
 };
 
 /// The value that the volume's element type makes of one.
@@ -84,7 +92,7 @@ protected:
 
     std::string path(const std::string& name) const { return (folder_ / name).string(); }
     /// Runs `ztlabel ARGUMENTS` in the scratch folder; `before` goes in front in the shell's line.
-    Run run(const std::string& arguments, const std::string& before = "") const;
+    Outcome run(const std::string& arguments, const std::string& before = "") const;
     /// Runs it, expects success, and returns its JSON.
     nlohmann::json runForJson(const std::string& arguments) const;
 
