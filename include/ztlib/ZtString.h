@@ -106,6 +106,8 @@ public:
 
     // Against a char* the array's conversion to a pointer would compete, hence the templates, which
     // take that type and no other; literals, null pointers and const char* go to the plain forms.
+    // Both come in the same shapes for the text at the right and at the left: where the language
+    // may turn `a != b` into `!(b == a)`, none of those then fits better than what is written here.
     template <class C>
     using IfChar = std::enable_if_t<std::is_same_v<C, char>, bool>;
 
@@ -155,6 +157,37 @@ public:
         return compare(text) >= 0;
     }
 
+    friend bool operator==(const char* text, const ZtString& string) { return string == text; }
+    friend bool operator!=(const char* text, const ZtString& string) { return string != text; }
+    friend bool operator<(const char* text, const ZtString& string) { return string > text; }
+    friend bool operator<=(const char* text, const ZtString& string) { return string >= text; }
+    friend bool operator>(const char* text, const ZtString& string) { return string < text; }
+    friend bool operator>=(const char* text, const ZtString& string) { return string <= text; }
+    template <class C>
+    friend IfChar<C> operator==(C* text, const ZtString& string) {
+        return string == text;
+    }
+    template <class C>
+    friend IfChar<C> operator!=(C* text, const ZtString& string) {
+        return string != text;
+    }
+    template <class C>
+    friend IfChar<C> operator<(C* text, const ZtString& string) {
+        return string > text;
+    }
+    template <class C>
+    friend IfChar<C> operator<=(C* text, const ZtString& string) {
+        return string >= text;
+    }
+    template <class C>
+    friend IfChar<C> operator>(C* text, const ZtString& string) {
+        return string < text;
+    }
+    template <class C>
+    friend IfChar<C> operator>=(C* text, const ZtString& string) {
+        return string <= text;
+    }
+
     bool isEqualTo(const ZtString& other, bool ignoreCase = false) const;
 
     /// The offset of the first occurrence of `text` at or after `start`, -1 when there is none or
@@ -188,10 +221,10 @@ public:
     /// The characters from offset `from` to offset `to`, both included. Expects them to be offsets
     /// of the text or its terminator; empty when `to` < `from`.
     ZtString substr(int from, int to) const;
-    /// Fills `pieces` with what stands before, between and after the separators: always one piece
-    /// more than there are separators. `pieces` may hold this string; it stays as it was when
-    /// memory is exhausted.
-    void explode(char separator, ZtDArray<ZtString, 1>& pieces) const;
+    /// Fills `pieces` with what stands before, between and after the separators, and returns how
+    /// many there are: always one more than there are separators. `pieces` may hold this string; it
+    /// stays as it was when memory is exhausted.
+    int explode(char separator, ZtDArray<ZtString, 1>& pieces) const;
     /// A copy for command lines and parameter files: double quotes and backslashes are preceded by
     /// a backslash, and the whole stands in double quotes when it is empty, holds white space, or
     /// `forceQuotes` is set.
@@ -232,35 +265,3 @@ private:
     int compare(const ZtString& other) const;
     int compare(const char* text) const;
 };
-
-/// Whether `P` is a pointer to text, so that it may stand at the left of a comparison.
-template <class P>
-using ZtIfText = std::enable_if_t<std::is_same_v<P, const char*> || std::is_same_v<P, char*> ||
-                                      std::is_same_v<P, std::nullptr_t>,
-                                  bool>;
-
-// With the text at the left. Without these, the array's conversion would compare the pointers.
-template <class P>
-ZtIfText<P> operator==(P text, const ZtString& string) {
-    return string == static_cast<const char*>(text);
-}
-template <class P>
-ZtIfText<P> operator!=(P text, const ZtString& string) {
-    return string != static_cast<const char*>(text);
-}
-template <class P>
-ZtIfText<P> operator<(P text, const ZtString& string) {
-    return string > static_cast<const char*>(text);
-}
-template <class P>
-ZtIfText<P> operator<=(P text, const ZtString& string) {
-    return string >= static_cast<const char*>(text);
-}
-template <class P>
-ZtIfText<P> operator>(P text, const ZtString& string) {
-    return string < static_cast<const char*>(text);
-}
-template <class P>
-ZtIfText<P> operator>=(P text, const ZtString& string) {
-    return string <= static_cast<const char*>(text);
-}

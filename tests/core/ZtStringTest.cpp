@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 
 namespace {
@@ -63,16 +64,41 @@ TEST(ZtString, SmallStory) {
     EXPECT_EQ(text(s), "ababcdecde");
     s.replaceSubStr("ab", "xyz");
     EXPECT_EQ(text(s), "xyzxyzcdecde");
-    s.replaceSubStr("cde", "");
+    s.replaceSubStr("cde", nullptr);
     EXPECT_EQ(text(s), "xyzxyz");
     s.printf("%s!%d", s.getString(), 5);
     EXPECT_EQ(text(s), "xyzxyz!5");
+    errno = ENOENT;
+    s.printf("%d", 1);
+    EXPECT_EQ(errno, ENOENT);
     ZtDArray<ZtString> pieces;
-    ZtString("a,,b").explode(',', pieces);
+    EXPECT_EQ(ZtString("a,,b").explode(',', pieces), 3);
     ASSERT_EQ(pieces.size(), 3);
     EXPECT_EQ(text(pieces[0]) + "|" + text(pieces[1]) + "|" + text(pieces[2]), "a||b");
     EXPECT_EQ(text(ZtString::fromInt64(-9223372036854775807LL - 1)), "-9223372036854775808");
     EXPECT_EQ(ZtString("a \"").protect(), "\"a \\\"\"");
+}
+
+// A text at either side. From C++20 on, the compiler may turn such comparisons round.
+TEST(ZtStringCompare, TakesATextAtEitherSide) {
+    const ZtString s("abc");
+    char array[] = "abc";
+    const auto expectEqual = [&s](auto text) {
+        EXPECT_TRUE(s == text && text == s && s <= text && text <= s && s >= text && text >= s);
+        EXPECT_FALSE(s != text || text != s || s < text || text < s || s > text || text > s);
+    };
+    expectEqual("abc");
+    expectEqual(array + 0);
+    expectEqual(ZtString("abc"));
+    // Null is no text that one could be equal to; nor is it different. In order it comes first.
+    const auto expectNeither = [&s](auto null) {
+        EXPECT_FALSE(s == null || null == s || s != null || null != s || s < null || null > s);
+        EXPECT_TRUE(s > null && null < s && s >= null && null <= s);
+    };
+    expectNeither(nullptr);
+    expectNeither(static_cast<const char*>(nullptr));
+    expectNeither(static_cast<char*>(nullptr));
+    EXPECT_TRUE("abd" > s && s < "abd" && "ab" < s && s != "ab" && "\xe9" != s && s < "\xe9");
 }
 
 }  // namespace
