@@ -66,7 +66,7 @@ char* ZtString::vprintf(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
     const EndOfArguments end{again};
-    errno = 0;
+    // Without clearing errno first, which is the caller's and may even be asked for by the format.
     const int result = std::vsnprintf(buffer, sizeof buffer, format, arguments);
     if (result < 0 && errno == EOVERFLOW)
         ztThrowMemoryException(INT_MAX);

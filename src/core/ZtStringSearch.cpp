@@ -72,6 +72,7 @@ bool ZtString::matches(const char* pattern) const {
 }
 
 void ZtString::replaceSubStr(const char* from, const char* to) {
+    to = to == nullptr ? "" : to;
     const std::size_t oldPiece = lengthOf(from);
     const std::size_t newPiece = lengthOf(to);
     const std::size_t oldLength = static_cast<std::size_t>(length());
@@ -113,7 +114,7 @@ void ZtString::replaceSubStr(const char* from, const char* to) {
     resize(static_cast<int>(out - dataPtr()) + 1);
 }
 
-void ZtString::explode(char separator, ZtDArray<ZtString, 1>& pieces) const {
+int ZtString::explode(char separator, ZtDArray<ZtString, 1>& pieces) const {
     // Filled aside, since `pieces` may hold this string; with the same capacity to start from.
     ZtDArray<ZtString, 1> result(0, pieces.getMax());
     const char* p = getString();
@@ -128,4 +129,5 @@ void ZtString::explode(char separator, ZtDArray<ZtString, 1>& pieces) const {
         p = stop + 1;
     }
     pieces.swapWith(result);
+    return pieces.size();
 }
