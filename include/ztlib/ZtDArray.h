@@ -164,7 +164,7 @@ public:
     void remove(int pos, int n = 1);
     void removeLast(int n = 1);
 
-    /// Moves the last element to `out` and returns 1; returns 0 when there is none.
+    /// Takes the last element off into `out` and returns 1; returns 0 when there is none.
     int pop(T& out);
     void pop_back() { truncate(size_ - 1); }
 
@@ -207,6 +207,9 @@ private:
     static constexpr bool kIsEqualByBytes = std::is_integral_v<T> || std::is_pointer_v<T>;
 
     static std::size_t bytes(long long n) { return static_cast<std::size_t>(n) * sizeof(T); }
+    static void moveBytes(T* to, const T* from, int n) {
+        std::memmove(static_cast<void*>(to), static_cast<const void*>(from), bytes(n));
+    }
     static void copyConstruct(T* target, int n, const T* source);
     __attribute__((no_sanitize("vptr"))) static void destroy(T* from, T* to) noexcept;
 
@@ -460,7 +463,7 @@ int ZtDArray<T, N>::removeValue(const T& value) {
         }
         void move(int n) {
             if (n > 0 && kept < next)
-                std::memmove(static_cast<void*>(array.data_ + kept), array.data_ + next, bytes(n));
+                moveBytes(array.data_ + kept, array.data_ + next, n);
         }
     };
     const int oldSize = size_;
@@ -599,7 +602,7 @@ void ZtDArray<T, N>::insertMemory(int pos, int n) {
     if (needed > max_)
         growTo(needed);
     if (pos < size_)
-        std::memmove(static_cast<void*>(data_ + pos + n), data_ + pos, bytes(size_ - pos));
+        moveBytes(data_ + pos + n, data_ + pos, size_ - pos);
     size_ = static_cast<int>(needed);
 }
 
@@ -608,7 +611,7 @@ template <class T, int N>
 void ZtDArray<T, N>::closeGap(int pos, int n) {
     const int tail = size_ - pos - n;
     if (tail > 0)
-        std::memmove(static_cast<void*>(data_ + pos), data_ + pos + n, bytes(tail));
+        moveBytes(data_ + pos, data_ + pos + n, tail);
     size_ -= n;
 }
 
@@ -617,7 +620,7 @@ void ZtDArray<T, N>::closeGap(int pos, int n) {
 template <class T, int N>
 void ZtDArray<T, N>::copyConstruct(T* target, int n, const T* source) {
     if constexpr (kIsPlain) {
-        std::memmove(static_cast<void*>(target), source, bytes(n));
+        moveBytes(target, source, n);
     } else {
         int built = n;
         try {
