@@ -25,12 +25,12 @@ protected:
         return grid;
     }
 
-    /// Writes noise that takes the tool a while to compress.
-    void writeNoise(const std::string& name) const {
+    /// Writes noise, which does not compress.
+    void writeNoise(const std::string& name, int edge) const {
         Grid grid;
-        grid.dims = {160, 160, 160};
+        grid.dims = {edge, edge, edge};
         std::mt19937 random(1);
-        for (int i = 0; i < 160 * 160 * 160; ++i)
+        for (int i = 0; i < edge * edge * edge; ++i)
             grid.values.push_back(static_cast<double>(random() & 255));
         write(name, grid);
     }
@@ -178,15 +178,15 @@ TEST_F(FailureTest, RefusesOutputsThatExistOrCannotBe) {
 }
 
 TEST_F(FailureTest, AFullDiskLeavesNothing) {
-    writeNoise("noise.nii");
+    writeNoise("noise.nii", 64);
     writeText("out.nii.gz", "precious");
     const std::string kept = read("out.nii.gz");
     const std::vector<std::string> before = files();
-    // At most 512 KiB per file: the volume and the JSON do not fit.
+    // At most 32 KiB per file: the volume and the JSON do not fit.
     for (const char* call : {"-t 128 -c 6 noise.nii out.nii.gz", "-t 128 -c 6 noise.nii out.hdr",
                              "-t 200 -c 6 --json out.json noise.nii"}) {
         SCOPED_TRACE(call);
-        const Outcome result = run(std::string("--force -q ") + call, "ulimit -f 512;");
+        const Outcome result = run(std::string("--force -q ") + call, "ulimit -f 64;");
         expectOneLine(result, 1, "cannot write 'out.");
         EXPECT_EQ(files(), before);
     }
@@ -194,7 +194,7 @@ TEST_F(FailureTest, AFullDiskLeavesNothing) {
 }
 
 TEST_F(FailureTest, ASignalLeavesNothing) {
-    writeNoise("noise.nii");
+    writeNoise("noise.nii", 160);
     const std::vector<std::string> before = files();
     for (const char* signal : {"INT", "TERM", "HUP"}) {
         SCOPED_TRACE(signal);

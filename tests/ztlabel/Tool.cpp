@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <type_traits>
 
 namespace {
 
@@ -50,7 +51,7 @@ std::string headerBytes(const Grid& grid, const char* magic, std::size_t offset)
     Header header = {};
     header.sizeof_hdr = sizeof(Header);
     std::strcpy(header.magic, magic);
-    if (grid.version == 2)
+    if constexpr (std::is_same_v<Header, nifti_2_header>)
         std::memcpy(header.magic + 4, "\r\n\032\n", 4);
     header.dim[0] = grid.fourthDim > 1 ? 4 : grid.dims[2] > 1 ? 3 : 2;
     for (int axis = 0; axis < 7; ++axis)
