@@ -200,6 +200,12 @@ protected:
     /// Opens a gap of `n` >= 1 slots before index `pos`, whose bytes are what they are.
     void insertMemory(int pos, int n);
 
+    /// Makes the size `n`, for which the capacity must do, and touches no element.
+    void setSize(int n) {
+        ZT_REQUIRE(n >= 0 && n <= max_);
+        size_ = n;
+    }
+
 private:
     static constexpr bool kHasDestructor = !std::is_trivially_destructible_v<T>;
     static constexpr bool kIsPlain = std::is_trivially_copyable_v<T>;

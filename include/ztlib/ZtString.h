@@ -48,13 +48,35 @@ public:
 
     /// Appends `text`; null is ignored.
     ZtString& operator+=(const char* text) {
-        return text == nullptr ? *this : appendText(text, std::strlen(text));
+        if (text == nullptr)
+            return *this;
+        const std::size_t n = std::strlen(text);
+        // A short literal is a store or two in place of a call.
+        if (!__builtin_constant_p(n) || n > 16 || !hasRoomFor(n))
+            return appendText(text, n);
+        const int oldSize = size();
+        char* const end = dataPtr() + oldSize - 1;
+        std::memcpy(end, text, n);
+        end[n] = '\0';
+        setSize(oldSize + static_cast<int>(n));
+        return *this;
     }
     /// Appends all characters of `text`.
     ZtString& operator+=(const ZtString& text) {
         return appendText(text.getString(), static_cast<std::size_t>(text.length()));
     }
-    ZtString& operator+=(char c) { return appendText(&c, 1); }
+    ZtString& operator+=(char c) {
+        if (!hasRoomFor(1)) {
+            const char text[] = {c};
+            return appendText(text, 1);
+        }
+        const int n = size();
+        char* const end = dataPtr() + n;
+        end[-1] = c;
+        end[0] = '\0';
+        setSize(n + 1);
+        return *this;
+    }
     /// This text followed by the other, in a buffer of just that size.
     ZtString operator+(const ZtString& other) const;
 
@@ -112,9 +134,11 @@ public:
     using IfChar = std::enable_if_t<std::is_same_v<C, char>, bool>;
 
     bool operator==(const ZtString& other) const {
-        const int n = length();
-        return n == other.length() &&
-               std::memcmp(getString(), other.getString(), static_cast<std::size_t>(n)) == 0;
+        const int n = size();
+        if (n != other.size())
+            return n < 2 && other.size() < 2;  // 0 and 1 are both the empty text
+        return n < 2 ||
+               std::memcmp(dataPtr(), other.dataPtr(), static_cast<std::size_t>(n - 1)) == 0;
     }
     /// A null pointer is not equal, and not different either, unless this string's size is 0.
     bool operator==(const char* text) const {
@@ -142,21 +166,22 @@ public:
     }
     template <class C>
     IfChar<C> operator<(C* text) const {
-        return compare(text) < 0;
+        return *this < static_cast<const char*>(text);
     }
     template <class C>
     IfChar<C> operator<=(C* text) const {
-        return compare(text) <= 0;
+        return *this <= static_cast<const char*>(text);
     }
     template <class C>
     IfChar<C> operator>(C* text) const {
-        return compare(text) > 0;
+        return *this > static_cast<const char*>(text);
     }
     template <class C>
     IfChar<C> operator>=(C* text) const {
-        return compare(text) >= 0;
+        return *this >= static_cast<const char*>(text);
     }
 
+    // With the text at the left. Without these, the array's conversion would compare the pointers.
     friend bool operator==(const char* text, const ZtString& string) { return string == text; }
     friend bool operator!=(const char* text, const ZtString& string) { return string != text; }
     friend bool operator<(const char* text, const ZtString& string) { return string > text; }
@@ -237,6 +262,8 @@ public:
     char* vprintf(const char* format, std::va_list arguments) ZT_FORMAT_CHECK(2, 0);
 
 private:
+    friend class ZtStringTokenizer;
+
     // Its messages start without a buffer, since they may have to say that memory is exhausted.
     friend class ZtException;
     struct WithoutBuffer {};
@@ -246,16 +273,10 @@ private:
     /// The empty text in a buffer of just that size (at least 1).
     explicit ZtString(Capacity capacity);
 
-    ZtString& appendText(const char* text, std::size_t n) {
-        const int oldSize = size();
-        if (oldSize == 0 || n > static_cast<std::size_t>(getMax() - oldSize))
-            return insertText(length(), text, n);
-        char* end = dataPtr() + oldSize - 1;
-        std::memcpy(end, text, n);
-        end[n] = '\0';
-        resize(oldSize + static_cast<int>(n));
-        return *this;
+    bool hasRoomFor(std::size_t n) const {
+        return size() > 0 && n <= static_cast<std::size_t>(getMax() - size());
     }
+    ZtString& appendText(const char* text, std::size_t n);
     ZtString& insertText(int pos, const char* text, std::size_t n);
     ZtString& assign(const char* text, std::size_t n);
 

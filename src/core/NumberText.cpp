@@ -2,6 +2,7 @@
 
 #include "core/AsciiTables.h"
 
+#include <bit>
 #include <charconv>
 #include <cstring>
 #include <limits>
@@ -23,6 +24,29 @@ constexpr DigitPairs makeDigitPairs() {
 }
 
 constexpr DigitPairs kDigitPairs = makeDigitPairs();
+
+struct PowersOf10 {
+    unsigned long long power[20] = {};
+    constexpr unsigned long long operator[](int i) const { return power[i]; }
+};
+
+constexpr PowersOf10 makePowersOf10() {
+    PowersOf10 powers;
+    unsigned long long power = 1;
+    for (unsigned long long& each : powers.power) {
+        each = power;
+        power *= 10;
+    }
+    return powers;
+}
+
+constexpr PowersOf10 kPowersOf10 = makePowersOf10();
+
+// Negated as unsigned, since the smallest value has no positive counterpart.
+unsigned long long magnitudeOf(long long value) {
+    const auto bits = static_cast<unsigned long long>(value);
+    return value < 0 ? 0 - bits : bits;
+}
 
 unsigned digitAt(const char* p) {
     return static_cast<unsigned char>(*p) - unsigned{'0'};
@@ -102,32 +126,30 @@ bool readFloating(const char* p, const char* last, T& value) {
 
 }  // namespace
 
-int writeInt(char* out, long long value) {
-    // Negated as unsigned, since the smallest value has no positive counterpart.
-    unsigned long long rest = static_cast<unsigned long long>(value);
-    if (value < 0)
-        rest = 0 - rest;
-    char digits[kMaxIntText];
-    char* first = digits + sizeof digits;
-    while (rest >= 100) {
-        first -= 2;
-        std::memcpy(first, kDigitPairs.text + 2 * (rest % 100), 2);
-        rest /= 100;
-    }
-    if (rest >= 10) {
-        first -= 2;
-        std::memcpy(first, kDigitPairs.text + 2 * rest, 2);
-    } else {
-        *--first = static_cast<char>('0' + rest);
-    }
-    if (value < 0)
-        *--first = '-';
-    const auto length = digits + sizeof digits - first;
-    std::memcpy(out, first, static_cast<size_t>(length));
-    return static_cast<int>(length);
+int lengthOf(long long value) {
+    const unsigned long long magnitude = magnitudeOf(value) | 1;  // 0 has a digit, too
+    // 1233 / 4096 is close enough to log10(2): the guess from the bits is right or one too low.
+    const int guess = static_cast<int>(std::bit_width(magnitude)) * 1233 >> 12;
+    return guess + (magnitude >= kPowersOf10[guess] ? 1 : 0) + (value < 0 ? 1 : 0);
 }
 
-bool readInt(const char* text, long long& value) {
+void write(char* out, int length, long long value) {
+    unsigned long long rest = magnitudeOf(value);
+    char* p = out + length;
+    while (rest >= 100) {
+        p -= 2;
+        std::memcpy(p, kDigitPairs.text + 2 * (rest % 100), 2);
+        rest /= 100;
+    }
+    if (rest >= 10)
+        std::memcpy(p - 2, kDigitPairs.text + 2 * rest, 2);
+    else
+        p[-1] = static_cast<char>('0' + rest);
+    if (value < 0)
+        *out = '-';
+}
+
+bool read(const char* text, long long& value) {
     constexpr unsigned long long kMax = std::numeric_limits<long long>::max();
     while (ascii::isSpace(*text))
         ++text;
@@ -151,9 +173,9 @@ bool readInt(const char* text, long long& value) {
     return true;
 }
 
-bool readInt(const char* text, int& value) {
+bool read(const char* text, int& value) {
     long long wide = 0;
-    const bool ok = readInt(text, wide);
+    const bool ok = read(text, wide);
     if (wide < std::numeric_limits<int>::min())
         wide = std::numeric_limits<int>::min();
     if (wide > std::numeric_limits<int>::max())
@@ -162,11 +184,11 @@ bool readInt(const char* text, int& value) {
     return ok;
 }
 
-bool readFloat(const char* first, const char* last, float& value) {
+bool read(const char* first, const char* last, float& value) {
     return readFloating(first, last, value);
 }
 
-bool readFloat(const char* first, const char* last, double& value) {
+bool read(const char* first, const char* last, double& value) {
     return readFloating(first, last, value);
 }
 

@@ -5,6 +5,7 @@
 #include <ztlib/ZtContract.h>
 
 #include "core/AsciiTables.h"
+#include "core/MoveText.h"
 #include "core/StringInternals.h"
 
 #include <algorithm>
@@ -91,6 +92,16 @@ ZtString& ZtString::assign(const char* text, std::size_t n) {
         std::memmove(data, text, n);
     data[n] = '\0';
     resize(newLength + 1);
+    return *this;
+}
+
+ZtString& ZtString::appendText(const char* text, std::size_t n) {
+    if (!hasRoomFor(n))
+        return insertText(length(), text, n);
+    char* const end = dataPtr() + size() - 1;
+    moveText(end, text, n);
+    end[n] = '\0';
+    setSize(size() + static_cast<int>(n));
     return *this;
 }
 

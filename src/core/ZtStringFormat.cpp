@@ -2,6 +2,7 @@
 #include <ztlib/ZtMemory.h>
 #include <ztlib/ZtString.h>
 
+#include "core/MoveText.h"
 #include "core/NumberText.h"
 #include "core/StringInternals.h"
 
@@ -66,30 +67,34 @@ char* ZtString::vprintf(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
     const EndOfArguments end{again};
-    // Without clearing errno first, which is the caller's and may even be asked for by the format.
+    // Without clearing errno, which is the caller's and may even be asked for by the format.
     const int result = std::vsnprintf(buffer, sizeof buffer, format, arguments);
     if (result < 0 && errno == EOVERFLOW)
         ztThrowMemoryException(INT_MAX);
     const int newLength = std::max(result, 0);
     const int capacity = capacityForFormatted(size(), getMax(), newLength);
-    const std::size_t bytes = static_cast<std::size_t>(newLength) + 1;
-    if (bytes <= sizeof buffer) {
+    const auto n = static_cast<std::size_t>(newLength);
+    if (n < sizeof buffer) {
         if (capacity > getMax())
             remax(capacity);
-        return assign(buffer, bytes - 1).dataPtr();
+        moveText(dataPtr(), buffer, n);
+    } else {
+        char* const text = static_cast<char*>(ztmalloc(static_cast<std::size_t>(capacity)));
+        std::vsnprintf(text, n + 1, format, again);
+        ztfree(dataPtr());
+        setRawData(capacity, text);
     }
-    char* text = static_cast<char*>(ztmalloc(static_cast<std::size_t>(capacity)));
-    std::vsnprintf(text, bytes, format, again);
-    ztfree(dataPtr());
-    setRawData(capacity, text);
-    resize(newLength + 1);
-    return text;
+    dataPtr()[n] = '\0';
+    setSize(newLength + 1);
+    return dataPtr();
 }
 
 void ZtString::setInt64(long long value) {
-    char digits[numbertext::kMaxIntText];
-    const int n = numbertext::writeInt(digits, value);
-    assign(digits, static_cast<std::size_t>(n));
+    const int n = numbertext::lengthOf(value);
+    resize(n + 1);
+    char* const text = dataPtr();
+    numbertext::write(text, n, value);
+    text[n] = '\0';
 }
 
 ZtString ZtString::fromInt64(long long value) {
@@ -101,7 +106,7 @@ ZtString ZtString::fromInt64(long long value) {
 int ZtString::toInt(bool& ok) const {
     return withTerminated(*this, [&ok](const char* text) {
         int value = 0;
-        ok = numbertext::readInt(text, value);
+        ok = numbertext::read(text, value);
         return value;
     });
 }
@@ -118,7 +123,7 @@ int ZtString::toInt(bool* ok) const {
 
 float ZtString::toFloat(bool& ok) const {
     float value = 0;
-    ok = numbertext::readFloat(getString(), getString() + length(), value);
+    ok = numbertext::read(getString(), getString() + length(), value);
     return value;
 }
 
@@ -139,6 +144,6 @@ long long ZtString::toInt64() const {
 long long ZtString::toInt64(const char* text) {
     long long value = 0;
     if (text != nullptr)
-        numbertext::readInt(text, value);
+        numbertext::read(text, value);
     return value;
 }

@@ -4,6 +4,7 @@
 
 #include "core/AsciiTables.h"
 #include "core/FindText.h"
+#include "core/MoveText.h"
 #include "core/StringInternals.h"
 
 #include <algorithm>
@@ -100,12 +101,12 @@ void ZtString::replaceSubStr(const char* from, const char* to) {
     const char* const end = in + oldLength;
     const auto keepUpTo = [&](const char* stop) {
         const auto n = static_cast<std::size_t>(stop - in);
-        std::memmove(out, in, n);
+        moveText(out, in, n);
         out += n;
     };
     while (const char* found = findText(in, end, from, oldPiece)) {
         keepUpTo(found);
-        std::memcpy(out, to, newPiece);
+        moveText(out, to, newPiece);
         out += newPiece;
         in = found + oldPiece;
     }

@@ -113,7 +113,9 @@ ZtString& ZtStringTokenizer::readToken(IsSeparator isSeparator, FindStop findSto
             ++end;
         end = findStop(end, last);
     }
-    token_.resize(static_cast<int>(end - first) + 1);
+    const int most = static_cast<int>(end - first) + 1;
+    if (most > token_.getMax())
+        token_.resize(most);
     char* const token = token_.dataPtr();
     char* tokenEnd = token + (end - first);
     if (isPlain && end - first <= 16 && last - first >= 16 && token_.getMax() >= 16)
@@ -123,7 +125,7 @@ ZtString& ZtStringTokenizer::readToken(IsSeparator isSeparator, FindStop findSto
     else
         tokenEnd = unquote(token, first, end);
     *tokenEnd = '\0';
-    token_.resize(static_cast<int>(tokenEnd - token) + 1);
+    token_.setSize(static_cast<int>(tokenEnd - token) + 1);
     while (end < last && isSeparator(*end))
         ++end;
     position_ = static_cast<int>(end - text_);
@@ -137,7 +139,7 @@ int ZtStringTokenizer::nextInt() {
 float ZtStringTokenizer::nextFloat() {
     const ZtString& token = nextToken();
     double value = 0;
-    numbertext::readFloat(token.getString(), token.getString() + token.length(), value);
+    numbertext::read(token.getString(), token.getString() + token.length(), value);
     return static_cast<float>(value);
 }
 

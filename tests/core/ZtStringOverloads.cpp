@@ -1,0 +1,79 @@
+// Compiled as C++17 and as C++20, by every compiler at hand, with pedantic errors: whatever text a
+// string is compared with or made of, there is one best overload, and it does what it says.
+#include <ztlib/ZtString.h>
+#include <ztlib/ZtStringTokenizerGeneral.h>
+
+#include <cstddef>
+#include <string>
+
+// The lines of the checks that failed, as text; empty when all is well.
+std::string OVERLOAD_FAILURES() {
+    std::string failures;
+    const auto expect = [&failures](bool ok, int line) {
+        if (!ok)
+            failures.append(" line ").append(std::to_string(line));
+    };
+#define EXPECT(condition) expect(condition, __LINE__)
+#define EXPECT_ORDER(smaller, larger)                                                       \
+    EXPECT((smaller) < (larger) && (smaller) <= (larger) && (smaller) != (larger));         \
+    EXPECT((larger) > (smaller) && (larger) >= (smaller) && !((larger) == (smaller)));      \
+    EXPECT(!((larger) < (smaller)) && !((larger) <= (smaller)) && !((smaller) > (larger))); \
+    EXPECT(!((smaller) >= (larger)) && (larger) == (larger) && !((larger) != (larger)))
+    ZtString s("m");
+    const ZtString c("m");
+    char array[] = "z";
+    char* pointer = array;
+    const char* constPointer = array;
+    EXPECT_ORDER(s, ZtString("z"));
+    EXPECT_ORDER(c, s + "z");
+    EXPECT((s == c && c == s && !(s != c)));
+    // Text at the right, then at the left.
+    EXPECT(s < array && s < pointer && s < constPointer && s < "z");
+    EXPECT(c <= array && c <= pointer && c <= constPointer && c <= "z");
+    EXPECT(s != array && s != pointer && s != constPointer && s != "z");
+    EXPECT(!(c == array) && !(c == pointer) && !(c == constPointer) && c == "m");
+    EXPECT(!(s > array) && !(s > pointer) && !(s > constPointer) && s > "a");
+    EXPECT(!(c >= array) && !(c >= pointer) && !(c >= constPointer) && c >= "m");
+    EXPECT(array > s && pointer > s && constPointer > s && "z" > s);
+    EXPECT(array >= c && pointer >= c && constPointer >= c && "m" >= c);
+    EXPECT(array != s && pointer != s && constPointer != s && "z" != s);
+    EXPECT(!(array == c) && !(pointer == c) && !(constPointer == c) && "m" == c);
+    EXPECT(!(array < s) && !(pointer < s) && !(constPointer < s) && "a" < s);
+    EXPECT(!(array <= c) && !(pointer <= c) && !(constPointer <= c) && "m" <= c);
+    // Null: neither equal nor different.
+    const char* const none = nullptr;
+    EXPECT(!(s == nullptr) && !(s == NULL) && !(s == 0) && !(s == none) && !(nullptr == c));
+    EXPECT(!(s != nullptr) && !(s != NULL) && !(s != 0) && !(s != none) && !(nullptr != c));
+    EXPECT(s > none && !(s < none) && s >= nullptr && !(s <= NULL) && nullptr < c && none <= c);
+
+    ZtString made = "literal";
+    made = pointer;
+    made = constPointer;
+    made = nullptr;
+    made = 0;
+    made += array;
+    made += pointer;
+    made += 'c';
+    made += c;
+    EXPECT(made == "zzcm" && made.index('c') == 2 && made.index("c") == 2 &&
+           made.index("z", 1) == 1);
+    EXPECT(made.rindex('z') == 1 && made.rindex('z', 0) == 0 && made.index('z', 1) == 1);
+    EXPECT(ZtString(0, "%d", 5) == "5" && ZtString("abc", 1, 1) == "b" && ZtString(nullptr) == "");
+    EXPECT((c + "n") == "mn" && (c + made) == "mzzcm");
+    bool ok = false;
+    EXPECT(s.toInt() + s.toInt(ok) + s.toInt(&ok) == 0 && s.toFloat(ok) + s.toFloat(&ok) == 0.0F);
+    made.setInt64(5);
+    made.setInt64(5L);
+    made.setInt64(5ULL);
+    EXPECT(made == ZtString::fromInt64(sizeof 'c' + 4) && made.toInt64() == ZtString::toInt64("5"));
+    const std::size_t at = 0;
+    EXPECT(made[0] == '5' && made[at] == '5' && made[0LL] == '5' && *made == '5');
+    ZtDArray<ZtString> list;
+    list.push(made);
+    list.push("text");
+    EXPECT(list.contains("text") && list.index(made) == 0);
+    ZtStringTokenizerGeneral tokenizer(made, ",");
+    tokenizer = "a,b";
+    EXPECT(tokenizer.nextToken() == "a");
+    return failures;
+}
