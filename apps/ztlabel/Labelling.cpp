@@ -18,12 +18,19 @@ namespace {
 
 using Records = ZtDArray<ZtConnectedComponents::Component>;
 
+// Of the stage's progress; the rest goes to measuring and arranging.
+constexpr float kLabellingShare = 0.6f;
 constexpr int kMostNarrow = 64998;
 constexpr int kMostWide = 9999998;
 
 [[noreturn]] void failForTooMany(const char* things) {
     throw Failure("more than " + std::to_string(kMostWide) + " " + things +
                   ": too many to be labelled");
+}
+
+void noteWide(const char* things, const Messages& messages) {
+    messages.note("more than " + std::to_string(kMostNarrow) + " " + things +
+                  ": labelled with 32 bits");
 }
 
 /// Labels first with 16 bits, then, when there are too many components for these, with 32. Both
@@ -37,8 +44,7 @@ int labelNarrowOrWide(Narrow narrow, Wide wide, const char* things, const Messag
     }
     if (count >= 0)
         return count;
-    messages.note("more than " + std::to_string(kMostNarrow) + " " + things +
-                  ": labelled with 32 bits");
+    noteWide(things, messages);
     {
         const host::StandardErrorDropped dropped;
         count = wide();
@@ -80,7 +86,7 @@ LabelVolume labelForeground(const Volume& volume, int connectivity, StoredThresh
 }
 
 LabelVolume labelCodes(unsigned char* codes, const Volume& volume, int connectivity,
-                       const Messages& messages, ZtProgressInterface& progress) {
+                       const Messages& messages) {
     Records records;
     LabelVolume labels(volume.voxelCount(), false);
     labelNarrowOrWide(
@@ -91,7 +97,7 @@ LabelVolume labelCodes(unsigned char* codes, const Volume& volume, int connectiv
         [&] {
             labels = LabelVolume(volume.voxelCount(), true);
             return ZtConnectedComponents::labelLabelsHuge(codes, volume.dims(), connectivity,
-                                                          labels.wide(), 0, 0, records, &progress);
+                                                          labels.wide(), 0, 0, records, nullptr);
         },
         "pieces", messages);
     return labels;
@@ -99,7 +105,7 @@ LabelVolume labelCodes(unsigned char* codes, const Volume& volume, int connectiv
 
 /// Joins the pieces that several rounds find, numbered in the raster order of first voxels.
 LabelVolume labelInRounds(const LabelCodes& coder, const Volume& volume, int connectivity,
-                          ZtProgressInterface& progress) {
+                          const Messages& messages, ZtProgressInterface& progress) {
     const std::size_t voxelCount = volume.voxelCount();
     const Block codeBlock = allocate(voxelCount, 1);
     auto* const codes = static_cast<unsigned char*>(codeBlock.get());
@@ -108,12 +114,11 @@ LabelVolume labelInRounds(const LabelCodes& coder, const Volume& volume, int con
     int* const all = joined.wide();
     long long base = 0;
     Records records;
-    progress.subdivide(coder.roundCount());
     for (int round = 0; round < coder.roundCount(); ++round) {
         coder.codesOfRound(round, codes);
-        // Ends its stage of the progress itself.
+        const host::StandardErrorDropped dropped;
         if (ZtConnectedComponents::labelLabelsHuge(codes, volume.dims(), connectivity, found.wide(),
-                                                   0, 0, records, &progress) < 0)
+                                                   0, 0, records, nullptr) < 0)
             failForTooMany("pieces");
         // The pieces of code 0 belong to other rounds.
         std::vector<int> numberOf(static_cast<std::size_t>(records.size()));
@@ -125,8 +130,11 @@ LabelVolume labelInRounds(const LabelCodes& coder, const Volume& volume, int con
         for (std::size_t i = 0; i < voxelCount; ++i)
             if (codes[i] != 0)
                 all[i] = numberOf[static_cast<std::size_t>(found.wide()[i])];
+        progress.setProgressValue(static_cast<float>(round + 1) /
+                                  static_cast<float>(coder.roundCount()) * kLabellingShare);
     }
-    progress.undivide();
+    if (base > kMostNarrow)
+        noteWide("pieces", messages);
 
     std::vector<int> inOrder(static_cast<std::size_t>(base) + 1);
     int next = 0;
@@ -146,17 +154,16 @@ LabelVolume labelPieces(const Volume& volume, int connectivity, const Messages& 
             "the values of this label field lie beyond 2^53 and cannot all be told apart");
     if (volume.type() == ZtPrimType::BYTE)
         return labelCodes(static_cast<unsigned char*>(static_cast<void*>(volume.voxels())), volume,
-                          connectivity, messages, progress);
+                          connectivity, messages);
     const LabelCodes coder(volume, connectivity);
     messages.detail(std::to_string(coder.valueCount()) +
                     " different values, labelled as bytes in " +
                     std::to_string(coder.roundCount()) + " round(s)");
     if (coder.roundCount() > 1)
-        return labelInRounds(coder, volume, connectivity, progress);
+        return labelInRounds(coder, volume, connectivity, messages, progress);
     const Block codes = allocate(volume.voxelCount(), 1);
     coder.codesOfRound(0, static_cast<unsigned char*>(codes.get()));
-    return labelCodes(static_cast<unsigned char*>(codes.get()), volume, connectivity, messages,
-                      progress);
+    return labelCodes(static_cast<unsigned char*>(codes.get()), volume, connectivity, messages);
 }
 
 /// Adds a run of voxels of one row to a component.
@@ -267,7 +274,7 @@ Labelling label(const Volume& volume, const Options& options, const Messages& me
                                             : labelForeground(volume, connectivity,
                                                               storedThreshold(volume, threshold),
                                                               upper, records, messages);
-    progress.setProgressValue(0.6f);
+    progress.setProgressValue(kLabellingShare);
 
     ZtDArray<Component> all = measure(labels, volume.dims());
     Labelling result{std::move(labels), {}, all.size() - 1, 0, 0, threshold};

@@ -13,6 +13,7 @@ namespace ztlabel {
 class TerminalProgress : public ZtProgressInterface {
 public:
     explicit TerminalProgress(bool shown) : shown_(shown) {}
+    ~TerminalProgress() override { wipe(); }
 
     float getProgressValue() override { return value_; }
     /// Removes the bar from the line; the next change draws it again.

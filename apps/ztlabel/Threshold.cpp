@@ -149,7 +149,8 @@ double otsuThreshold(const Volume& volume) {
         using T = std::remove_cvref_t<decltype(*voxels)>;
         const Histogram histogram = histogramOf(voxels, volume.voxelCount());
         const auto split = static_cast<double>(bestSplit(histogram.counts));
-        return volume.scaled(static_cast<T>(histogram.origin + split * histogram.width));
+        const double edge = histogram.origin + split * histogram.width;
+        return volume.scaled(static_cast<T>(std::is_integral_v<T> ? std::ceil(edge) : edge));
     });
 }
 
