@@ -12,9 +12,9 @@ class ZtString;
 /// part of the value: comparing, counting and searching pass over them, while whole-word operations
 /// and files, as said below, do not.
 ///
-/// Single bits cost a few instructions; all else runs at the speed of memory. Failed allocations
-/// throw `ZtMemoryException` and leave the field as it was. May be moved bitwise. A field is used
-/// by one thread at a time; reading may be shared.
+/// Single bits cost a few instructions; counting, searching, comparing and combining run at the
+/// speed of memory. Failed allocations throw `ZtMemoryException` and leave the field as it was. May
+/// be moved bitwise. A field is used by one thread at a time; reading may be shared.
 class ZTLIB_API ZtBitfield {
 public:
     /// How the bits that a field gains are set; any other number acts as `INIT_NONE`, which leaves

@@ -191,6 +191,7 @@ public:
     /// Rotates by |k| <= size places, towards higher indices if k is positive. Takes a buffer of
     /// |k| elements.
     void rotate(int k = 1);
+    /// Assigns `value` to all elements. When that throws, those before have their new values.
     void fill(const T& value);
 
     bool operator==(const ZtDArray& other) const;
@@ -416,9 +417,15 @@ void ZtDArray<T, N>::join(const ZtDArray& other) {
     // With itself nothing is missing, even where an element differs from itself.
     if (this == &other)
         return;
-    for (const T& element : other)
-        if (!contains(element))
-            push(element);
+    const int oldSize = size_;
+    try {
+        for (const T& element : other)
+            if (!contains(element))
+                push(element);
+    } catch (...) {
+        truncate(oldSize);
+        throw;
+    }
 }
 
 template <class T, int N>

@@ -1,6 +1,7 @@
 // Which types may be moved to another address by copying their bytes.
 #pragma once
 
+#include <cstddef>
 #include <type_traits>
 #include <utility>
 

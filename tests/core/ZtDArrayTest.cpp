@@ -429,6 +429,7 @@ TEST(ZtDArray, EveryFailedAllocationLeavesItAsItWas) {
         {"insertArray of itself", [](Array& a) { a.insertArray(2, a); }},
         {"insertSorted", [&](Array& a) { a.insertSorted(text, compareKeys<ZtString>); }},
         {"append", [&](Array& a) { a.appendArray(more); }},
+        {"join", [&](Array& a) { a.join(more); }},
         {"insertSpace", [](Array& a) { a.insertSpace(1, 9); }},
         {"appendSpace", [](Array& a) { a.appendSpace(9); }},
         {"resize", [](Array& a) { a.resize(99); }},
