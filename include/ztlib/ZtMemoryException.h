@@ -5,8 +5,8 @@
 
 #include <cstddef>
 
-/// Thrown by `ztmalloc` and `ztrealloc`, and so by whatever grows. Making and copying it takes no
-/// memory.
+/// Thrown by `ztmalloc` and `ztrealloc`, and so by whatever grows. Making and copying it never
+/// throws: where there is no memory for the message either, `what` gives one without the size.
 ///
 /// `clone` and `raise` through the base give a plain `ZtException` with the same message: what is
 /// re-raised elsewhere is reported, not handled as a failed allocation of the place that catches.
@@ -23,8 +23,8 @@ public:
     /// Returns the size of the request that failed, 0 when unknown.
     std::size_t getNumBytes() const { return numBytes_; }
 
-    /// Returns the message, which names the size where it is known (and memory allows). Writes the
-    /// message anew, so one object serves one thread at a time. Never throws.
+    /// Returns the message, which names the size where it is known. Writes it anew, so one object
+    /// serves one thread at a time. Never throws.
     const char* what() const override;
 
 private:
