@@ -48,7 +48,7 @@ ZtString::ZtString(const char* text) {
 ZtString::ZtString(const char* text, int start, int count) {
     const int n = text == nullptr ? 0 : checkedLength(static_cast<std::size_t>(std::max(count, 0)));
     remax(n + 1, 0);
-    assign(text == nullptr ? nullptr : text + start, static_cast<std::size_t>(n));
+    assign(n == 0 ? nullptr : text + start, static_cast<std::size_t>(n));
 }
 
 ZtString::ZtString(const ZtString& other) : ZtString(other.getString(), 0, other.length()) {}

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <new>
 
 using namespace stringinternals;
 
@@ -124,7 +125,8 @@ int ZtString::explode(char separator, ZtDArray<ZtString, 1>& pieces) const {
         const void* found =
             p == end ? nullptr : std::memchr(p, separator, static_cast<std::size_t>(end - p));
         const char* stop = found == nullptr ? end : static_cast<const char*>(found);
-        result.push(ZtString(p, 0, static_cast<int>(stop - p)));
+        const int slot = result.appendSpace();  // zero bytes, should the next line throw
+        new (result.dataPtr() + slot) ZtString(p, 0, static_cast<int>(stop - p));
         if (found == nullptr)
             break;
         p = stop + 1;
