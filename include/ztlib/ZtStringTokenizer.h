@@ -19,7 +19,8 @@ public:
     virtual ~ZtStringTokenizer();
 
     ZtStringTokenizer& operator=(const ZtStringTokenizer& other);
-    /// Starts anew on another text.
+    /// Start anew on another text.
+    ZtStringTokenizer& operator=(const ZtString& text);
     ZtStringTokenizer& operator=(const char* text);
 
     /// Non-zero while there is another token.

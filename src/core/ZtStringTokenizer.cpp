@@ -49,8 +49,7 @@ char* unquote(char* out, const char* p, const char* end) {
 ZtStringTokenizer::ZtStringTokenizer() = default;
 
 ZtStringTokenizer::ZtStringTokenizer(const ZtString& text) {
-    setText(text.getString(), text.length());
-    skipSpace();
+    *this = text;
 }
 
 ZtStringTokenizer::ZtStringTokenizer(const char* text) {
@@ -62,6 +61,12 @@ ZtStringTokenizer::ZtStringTokenizer(const ZtStringTokenizer& other) = default;
 ZtStringTokenizer::~ZtStringTokenizer() = default;
 
 ZtStringTokenizer& ZtStringTokenizer::operator=(const ZtStringTokenizer& other) = default;
+
+ZtStringTokenizer& ZtStringTokenizer::operator=(const ZtString& text) {
+    setText(text.getString(), text.length());
+    skipSpace();
+    return *this;
+}
 
 ZtStringTokenizer& ZtStringTokenizer::operator=(const char* text) {
     setText(text, checkedLength(lengthOf(text)));

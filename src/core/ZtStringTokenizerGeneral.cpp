@@ -4,8 +4,7 @@
 
 ZtStringTokenizerGeneral::ZtStringTokenizerGeneral(const ZtString& text, const char* separators)
     : ZtStringTokenizerGeneral(nullptr, separators) {
-    setText(text.getString(), text.length());
-    skipSpace();
+    *this = text;
 }
 
 // The base is built without a text: it must not skip before the separators are known.

@@ -167,6 +167,10 @@ TEST(Tokenizers, RestartCopyAndConvert) {
     EXPECT_EQ(read(commas), (Tokens{"a", "b"}));
     copy = ",c d,";
     EXPECT_EQ(read(copy), Tokens{"c d"});
+    const ZtString withZero("\0,e", 0, 3);
+    copy = withZero;
+    EXPECT_EQ(copy.nextToken().length(), 1);
+    EXPECT_EQ(read(copy), Tokens{"e"});
     EXPECT_EQ(split("a", nullptr), Tokens{"a"});
 
     ZtStdStringTokenizer counted(" a b c", nullptr);
