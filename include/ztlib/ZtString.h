@@ -137,8 +137,7 @@ public:
         const int n = size();
         if (n != other.size())
             return n < 2 && other.size() < 2;  // 0 and 1 are both the empty text
-        return n < 2 ||
-               std::memcmp(dataPtr(), other.dataPtr(), static_cast<std::size_t>(n - 1)) == 0;
+        return n < 2 || areEqual(dataPtr(), other.dataPtr(), static_cast<std::size_t>(n - 1));
     }
     /// A null pointer is not equal, and not different either, unless this string's size is 0.
     bool operator==(const char* text) const {
@@ -280,6 +279,17 @@ private:
     ZtString& insertText(int pos, const char* text, std::size_t n);
     ZtString& assign(const char* text, std::size_t n);
 
+    static bool areEqual(const char* a, const char* b, std::size_t n) {
+        if (n < 8 || n > 16)
+            return std::memcmp(a, b, n) == 0;
+        // Names of this length are the usual case: four words in place of a call.
+        unsigned long long words[4];
+        std::memcpy(&words[0], a, 8);
+        std::memcpy(&words[1], b, 8);
+        std::memcpy(&words[2], a + n - 8, 8);
+        std::memcpy(&words[3], b + n - 8, 8);
+        return ((words[0] ^ words[1]) | (words[2] ^ words[3])) == 0;
+    }
     bool equals(const char* text, std::size_t n) const {
         return n == static_cast<std::size_t>(length()) && std::memcmp(getString(), text, n) == 0;
     }

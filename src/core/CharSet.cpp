@@ -1,3 +1,4 @@
+// The search in a set of characters, sixteen at a time where the processor can.
 #include "core/CharSet.h"
 
 #include <bit>

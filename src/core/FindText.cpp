@@ -1,3 +1,4 @@
+// The search for a text, sixteen places at a time where the processor can.
 #include "core/FindText.h"
 
 #include <cstring>

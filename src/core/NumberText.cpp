@@ -1,3 +1,4 @@
+// Numbers as text, without the locale of the process.
 #include "core/NumberText.h"
 
 #include "core/AsciiTables.h"

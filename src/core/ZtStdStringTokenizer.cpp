@@ -1,3 +1,4 @@
+// ZtStdStringTokenizer: from token to token by searches in a set of characters.
 #include <ztlib/ZtStdStringTokenizer.h>
 
 #include "core/CharSet.h"

@@ -1,3 +1,4 @@
+// ZtStringTokenizer: finds the end of a token, then copies it.
 #include <ztlib/ZtStringTokenizer.h>
 #include <ztlib/ZtStringTokenizerGeneral.h>
 
@@ -35,11 +36,11 @@ char* unquote(char* out, const char* p, const char* end) {
             const char* close = std::find(p + 1, end, '"');
             out = std::copy(p + 1, close, out);
             p = close;
-        } else if (*p != '\\') {
-            *out++ = *p;
-        } else if (++p < end) {
-            *out++ = *p;
+            continue;
         }
+        if (*p == '\\' && ++p == end)
+            break;
+        *out++ = *p;
     }
     return out;
 }

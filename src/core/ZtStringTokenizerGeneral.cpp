@@ -1,3 +1,4 @@
+// ZtStringTokenizerGeneral: its separators; tokens are read by the base.
 #include <ztlib/ZtStringTokenizerGeneral.h>
 
 #include "core/CharSet.h"

@@ -1,3 +1,4 @@
+// The wild-card match, in one pass.
 #include <ztlib/ZtWildMatch.h>
 
 int ztWildMatch(const char* text, const char* pattern) {

@@ -288,6 +288,13 @@ TEST(ZtString, SearchesAndComparesAsTheTableSays) {
         const ZtString c(each);
         EXPECT_EQ(c.isAlpha() * 1 + c.isDigit() * 2 + c.isAlnum() * 4, expected) << each;
     }
+    for (int n = 0; n < 20; ++n)
+        for (int i = 0; i < n; ++i) {
+            ZtString other = ofLength(n);
+            EXPECT_TRUE(other == ofLength(n) && other != ofLength(i));
+            other[i] = 'y';
+            EXPECT_TRUE(other != ofLength(n) && other > ofLength(n)) << n << ": " << i;
+        }
     ContractCapture capture;
     if (kChecked) {
         EXPECT_THROW(ZtString("ab").insertStr(3, "x"), BrokenContract);
