@@ -16,17 +16,27 @@
 
 namespace zt_detail {
 
-/// The part of the array's work that does not depend on the element type.
+/// A buffer and the number of elements it holds: the bitwise complement of that number, which is
+/// negative, if the array has adopted the buffer and so does not know the true size of the block.
+struct ArrayBuffer {
+    void* data;
+    int max;
+};
+
+/// How many bytes a buffer has at least that the array has made for itself.
+extern ZTLIB_API const int kSmallestBlock;
+
+/// The part of the array's work that does not depend on the element type. Buffers go in and out by
+/// value, so that the compiler may keep a local array in registers.
 struct ZTLIB_API ArrayMemory {
-    /// Makes room for `needed` > `max` elements: the capacity becomes the larger of `needed` and
-    /// 1.5 x `size`, rounded down. Returns the buffer's new place. Throws `ZtMemoryException`, and
-    /// changes nothing, when memory is exhausted or the capacity beyond what 31 bits number.
-    static void* grow(void* data, int& max, int size, long long needed, std::size_t elementSize);
+    /// Makes room for `needed` elements, if there is not enough: the capacity becomes the larger of
+    /// `needed` and 1.5 x `size`, rounded down. Throws `ZtMemoryException`, and changes nothing,
+    /// when memory is exhausted or the capacity beyond what 31 bits number.
+    static ArrayBuffer grow(void* data, int max, int size, long long needed,
+                            std::size_t elementSize);
 
-    /// Makes the capacity exactly `newMax`; 0 frees the buffer and returns null.
-    static void* setMax(void* data, int& max, int newMax, std::size_t elementSize);
-
-    static void swapBytes(void* a, void* b, std::size_t count) noexcept;
+    /// Makes the capacity exactly `newMax`; 0 frees the buffer.
+    static ArrayBuffer setMax(void* data, int max, int newMax, std::size_t elementSize);
 
     /// Moves the last `moved` bytes of a block to its front (or the first ones to its end), and the
     /// others after (or before) them. Takes a buffer of `moved` bytes.
@@ -81,11 +91,11 @@ public:
     int size() const { return size_; }
     std::size_t dataSizeInBytes() const { return bytes(size_); }
     /// Returns the capacity.
-    int getMax() const { return max_; }
+    int getMax() const { return max_ < 0 ? ~max_ : max_; }
     bool isEmptyArray() const { return size_ == 0; }
     bool isNotEmptyArray() const { return size_ != 0; }
     bool isValidIndex(int i) const { return 0 <= i && i < size_; }
-    bool isConsistent() const { return max_ >= 0 && max_ >= size_; }
+    bool isConsistent() const { return getMax() >= size_; }
 
     /// Returns an element; expects a valid index. Of a 64-bit index the low 32 bits count.
     T& operator[](int i) { return at(i); }
@@ -217,6 +227,12 @@ private:
     static void moveBytes(T* to, const T* from, int n) {
         std::memmove(static_cast<void*>(to), static_cast<const void*>(from), bytes(n));
     }
+    static void swapBytes(T* a, T* b) {
+        unsigned char saved[sizeof(T)];
+        std::memcpy(saved, static_cast<void*>(a), sizeof(T));
+        std::memcpy(static_cast<void*>(a), static_cast<void*>(b), sizeof(T));
+        std::memcpy(static_cast<void*>(b), saved, sizeof(T));
+    }
     static void copyConstruct(T* target, int n, const T* source);
     __attribute__((no_sanitize("vptr"))) static void destroy(T* from, T* to) noexcept;
 
@@ -231,14 +247,20 @@ private:
 
     bool isOwn(const T* element) const;
     void growTo(long long needed);
+    void growByOne();
+    void setBuffer(zt_detail::ArrayBuffer buffer) {
+        data_ = static_cast<T*>(buffer.data);
+        max_ = buffer.max;
+    }
     int pushGrowing(const T& value);
+    int sweep(const T& value);
     void truncate(int n);
     void prepareRawSlots(int from, int n);
     void closeGap(int pos, int n);
     int bisect(const T& value, Compare compare, int& lo, int hi) const;
 
     int size_ = 0;
-    int max_ = 0;
+    int max_ = 0;  // negative for an adopted buffer, see ArrayBuffer
     T* data_ = nullptr;
 };
 
@@ -269,11 +291,11 @@ ZtDArray<T, N>& ZtDArray<T, N>::operator=(const ZtDArray& other) {
     if (this == &other)
         return *this;
     const int n = other.size_ < 0 ? 0 : other.size_;
-    if (n > max_)
+    if (n > getMax())
         growTo(n);
     if constexpr (kIsPlain) {
         if (n > 0)
-            std::memcpy(static_cast<void*>(data_), other.data_, bytes(n));
+            moveBytes(data_, other.data_, n);
         size_ = n;
     } else {
         for (int i = 0; i < size_ && i < n; ++i)
@@ -287,30 +309,32 @@ ZtDArray<T, N>& ZtDArray<T, N>::operator=(const ZtDArray& other) {
 
 template <class T, int N>
 void ZtDArray<T, N>::setRawData(int n, T* data) {
-    size_ = max_ = data && n > 0 ? n : 0;
+    size_ = data && n > 0 ? n : 0;
+    max_ = ~size_;
     data_ = data;
 }
 
 template <class T, int N>
 void ZtDArray<T, N>::release() {
-    size_ = max_ = 0;
+    size_ = 0;
+    max_ = 0;
     data_ = nullptr;
 }
 
 template <class T, int N>
 int ZtDArray<T, N>::remax(int newMax, int newSize) {
-    const int oldMax = max_;
+    const int oldMax = getMax();
     const int oldSize = size_;
     if (newMax < 0)
         newMax = size_;
     if (newSize < 0)
         newSize = size_;
     const int capacity = newMax > newSize ? newMax : newSize;
-    if (capacity != max_)
-        data_ = static_cast<T*>(zt_detail::ArrayMemory::setMax(data_, max_, capacity, sizeof(T)));
+    if (capacity != oldMax)
+        setBuffer(zt_detail::ArrayMemory::setMax(data_, max_, capacity, sizeof(T)));
     size_ = newSize;
     prepareRawSlots(oldSize, newSize - oldSize);
-    return oldMax - max_;
+    return oldMax - capacity;
 }
 
 template <class T, int N>
@@ -321,7 +345,7 @@ int ZtDArray<T, N>::resize(int n) {
         truncate(n);
         return n;
     }
-    if (n > max_)
+    if (n > getMax())
         growTo(n);
     prepareRawSlots(size_, n - size_);
     return size_ = n;
@@ -330,7 +354,7 @@ int ZtDArray<T, N>::resize(int n) {
 template <class T, int N>
 int ZtDArray<T, N>::appendSpace(int n) {
     const long long wanted = static_cast<long long>(size_) + n;
-    if (wanted > max_)
+    if (wanted > getMax())
         growTo(wanted);
     // Subtracting the smallest number of all does not fit.
     const long long firstNew =
@@ -384,9 +408,17 @@ int ZtDArray<T, N>::append(int n, const T* source) {
 
 template <class T, int N>
 inline int ZtDArray<T, N>::push(const T& value) {
-    if (size_ >= max_)
-        return pushGrowing(value);
-    ::new (static_cast<void*>(data_ + size_)) T(value);
+    if constexpr (kIsPlain && sizeof(T) <= 16) {
+        // The value may be an own element, and is better kept in a register.
+        const T copy = value;
+        if (size_ >= max_)
+            growByOne();
+        ::new (static_cast<void*>(data_ + size_)) T(copy);
+    } else {
+        if (size_ >= max_)
+            return pushGrowing(value);
+        ::new (static_cast<void*>(data_ + size_)) T(value);
+    }
     return size_++;
 }
 
@@ -461,37 +493,55 @@ int ZtDArray<T, N>::pop(T& out) {
 
 template <class T, int N>
 int ZtDArray<T, N>::removeValue(const T& value) {
-    if (isOwn(&value)) {
-        const T copy(value);
-        return removeValue(copy);
-    }
-    // Moves the survivors down as it goes and closes the hole at the end, or when == throws.
-    struct Sweep {
-        ZtDArray& array;
-        int kept;
-        int next;
-        ~Sweep() {
-            array.size_ += kept - next;
-            move(array.size_ - kept);
+    if constexpr (kIsPlain) {
+        const T wanted = value;  // may be an element
+        int kept = 0;
+        for (int i = 0; i < size_; ++i) {
+            const bool isKept = !(data_[i] == wanted);
+            moveBytes(data_ + kept, data_ + i, 1);
+            kept += isKept;
         }
-        void move(int n) {
-            if (n > 0 && kept < next)
-                moveBytes(array.data_ + kept, array.data_ + next, n);
+        const int removed = size_ - kept;
+        size_ = kept;
+        return removed;
+    } else {
+        if (isOwn(&value)) {
+            const T wanted(value);
+            return removeValue(wanted);
+        }
+        return sweep(value);
+    }
+}
+
+/// Removes the elements equal to `value`, which is none of them, in one pass.
+template <class T, int N>
+int ZtDArray<T, N>::sweep(const T& value) {
+    // Closes the hole in the end, also when a comparison throws.
+    struct Hole {
+        ZtDArray& array;
+        int from;
+        int to;
+        void moveDown(int n) {
+            if (n > 0 && from < to)
+                moveBytes(array.data_ + from, array.data_ + to, n);
+        }
+        ~Hole() {
+            moveDown(array.size_ - to);
+            array.size_ -= to - from;
         }
     };
     const int oldSize = size_;
     {
-        Sweep sweep{*this, 0, 0};
-        while (sweep.next < oldSize) {
-            T& element = data_[sweep.next];
-            if (element == value) {
-                if constexpr (kHasDestructor)
-                    destroy(&element, &element + 1);
+        Hole hole{*this, 0, 0};
+        while (hole.to < oldSize) {
+            T* const element = data_ + hole.to;
+            if (*element == value) {
+                destroy(element, element + 1);
             } else {
-                sweep.move(1);
-                ++sweep.kept;
+                hole.moveDown(1);
+                ++hole.from;
             }
-            ++sweep.next;
+            ++hole.to;
         }
     }
     return oldSize - size_;
@@ -499,17 +549,27 @@ int ZtDArray<T, N>::removeValue(const T& value) {
 
 template <class T, int N>
 int ZtDArray<T, N>::index(const T& value) const {
-    if constexpr (std::is_integral_v<T> && sizeof(T) == 1) {
-        const void* const found =
-            size_ > 0 ? std::memchr(data_, static_cast<unsigned char>(value), bytes(size_))
-                      : nullptr;
-        return found ? static_cast<int>(static_cast<const T*>(found) - data_) : -1;
-    } else {
-        for (int i = 0; i < size_; ++i)
-            if (data_[i] == value)
-                return i;
-        return -1;
+    int i = 0;
+    if constexpr (std::is_arithmetic_v<T> && sizeof(T) <= 4) {
+        // Whole blocks without an exit inside, in numbers of the element's size, which compilers
+        // turn into vector compares.
+        using Mask =
+            std::conditional_t<sizeof(T) == 1, unsigned char,
+                               std::conditional_t<sizeof(T) == 2, unsigned short, unsigned int>>;
+        constexpr int kBlock = static_cast<int>(128 / sizeof(T));
+        const T wanted = value;
+        for (; i <= size_ - kBlock; i += kBlock) {
+            Mask found = 0;
+            for (int j = 0; j < kBlock; ++j)
+                found = static_cast<Mask>(found | static_cast<Mask>(data_[i + j] == wanted));
+            if (found)
+                break;
+        }
     }
+    for (; i < size_; ++i)
+        if (data_[i] == value)
+            return i;
+    return -1;
 }
 
 template <class T, int N>
@@ -549,7 +609,10 @@ void ZtDArray<T, N>::sort(Compare compare) {
 
 template <class T, int N>
 void ZtDArray<T, N>::swap(int i, int j) {
-    zt_detail::ArrayMemory::swapBytes(&at(i), &at(j), sizeof(T));
+    T& a = at(i);
+    T& b = at(j);
+    if (i != j)
+        swapBytes(&a, &b);
 }
 
 template <class T, int N>
@@ -568,7 +631,7 @@ void ZtDArray<T, N>::swapWith(ZtDArray& other) noexcept {
 template <class T, int N>
 void ZtDArray<T, N>::reverse() {
     for (int i = 0; i < size_ / 2; ++i)
-        zt_detail::ArrayMemory::swapBytes(data_ + i, data_ + (size_ - 1 - i), sizeof(T));
+        swapBytes(data_ + i, data_ + (size_ - 1 - i));
 }
 
 template <class T, int N>
@@ -612,7 +675,7 @@ template <class T, int N>
 void ZtDArray<T, N>::insertMemory(int pos, int n) {
     ZT_REQUIRE(0 <= pos && pos <= size_);
     const long long needed = static_cast<long long>(size_) + n;
-    if (needed > max_)
+    if (needed > getMax())
         growTo(needed);
     if (pos < size_)
         moveBytes(data_ + pos + n, data_ + pos, size_ - pos);
@@ -664,8 +727,18 @@ bool ZtDArray<T, N>::isOwn(const T* element) const {
 }
 
 template <class T, int N>
-void ZtDArray<T, N>::growTo(long long needed) {
-    data_ = static_cast<T*>(zt_detail::ArrayMemory::grow(data_, max_, size_, needed, sizeof(T)));
+inline void ZtDArray<T, N>::growTo(long long needed) {
+    setBuffer(zt_detail::ArrayMemory::grow(data_, max_, size_, needed, sizeof(T)));
+}
+
+/// Makes room at the end of a full array. The first steps of growth are done here, without a call.
+template <class T, int N>
+inline void ZtDArray<T, N>::growByOne() {
+    const long long grown = size_ < 2 ? size_ + 1LL : size_ + size_ / 2LL;
+    if (max_ > 0 && grown * static_cast<long long>(sizeof(T)) <= zt_detail::kSmallestBlock)
+        max_ = static_cast<int>(grown);
+    else
+        growTo(size_ + 1LL);
 }
 
 /// Destroys the elements from index `n` on, all of them if it is negative.

@@ -2,35 +2,85 @@
 #include <ztlib/ZtDArray.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
-#include <limits>
+#include <cstring>
 
 namespace zt_detail {
 
-void* ArrayMemory::grow(void* data, int& max, int size, long long needed, std::size_t elementSize) {
-    const long long capacity = std::max(needed, size + size / 2LL);
-    if (capacity > std::numeric_limits<int>::max())
-        ztThrowMemoryException(SIZE_MAX);
-    return setMax(data, max, static_cast<int>(capacity), elementSize);
+namespace {
+
+// Small arrays lie in blocks of few sizes, and grow inside them: the first steps of growth, 1, 2,
+// 3, 4, 6 elements, would cost a call of the heap each, which gives no smaller blocks anyway.
+// Checked builds ask for the exact size, so that a sanitizer sees where the capacity ends.
+#if defined(ZTLIB_CHECKED)
+constexpr bool kHasSmallBlocks = false;
+#else
+constexpr bool kHasSmallBlocks = true;
+#endif
+constexpr std::size_t kSmallBlocks[] = {24, 56, 120};
+
+std::size_t blockSize(std::size_t bytes) {
+    if (kHasSmallBlocks)
+        for (const std::size_t size : kSmallBlocks)
+            if (bytes <= size)
+                return size;
+    return bytes;
 }
 
-void* ArrayMemory::setMax(void* data, int& max, int newMax, std::size_t elementSize) {
-    const auto count = static_cast<std::size_t>(newMax);
-    if (count > SIZE_MAX / elementSize)
+bool isSmallBlock(std::size_t size) {
+    return kHasSmallBlocks && size <= kSmallBlocks[2];
+}
+
+/// Changes between two sizes of small blocks. The heap serves them faster by size than it resizes
+/// them.
+void* moveSmallBlock(void* old, std::size_t oldSize, std::size_t size) {
+    void* const block = ztmalloc(size);
+    // Constants, so that no call or loop remains.
+    if (std::min(oldSize, size) == kSmallBlocks[0])
+        std::memcpy(block, old, kSmallBlocks[0]);
+    else
+        std::memcpy(block, old, kSmallBlocks[1]);
+    ztfree(old);
+    return block;
+}
+
+ArrayBuffer resized(void* data, int max, int newMax, std::size_t elementSize) {
+    std::size_t bytes;
+    if (__builtin_mul_overflow(static_cast<std::size_t>(newMax), elementSize, &bytes))
         ztThrowMemoryException(SIZE_MAX);
-    if (newMax == 0) {
-        ztfree(data);
-        data = nullptr;
-    } else {
-        data = ztrealloc(data, count * elementSize);
+    const std::size_t block = blockSize(bytes);
+    if (!data)
+        return {ztmalloc(block), newMax};
+    if (max > 0 && isSmallBlock(block)) {
+        const std::size_t oldBlock = blockSize(static_cast<std::size_t>(max) * elementSize);
+        if (block == oldBlock)
+            return {data, newMax};
+        if (isSmallBlock(oldBlock))
+            return {moveSmallBlock(data, oldBlock, block), newMax};
     }
-    max = newMax;
-    return data;
+    return {ztrealloc(data, block), newMax};
 }
 
-void ArrayMemory::swapBytes(void* a, void* b, std::size_t count) noexcept {
-    auto* const left = static_cast<unsigned char*>(a);
-    std::swap_ranges(left, left + (a == b ? 0 : count), static_cast<unsigned char*>(b));
+}  // namespace
+
+const int kSmallestBlock = kHasSmallBlocks ? static_cast<int>(kSmallBlocks[0]) : 0;
+
+ArrayBuffer ArrayMemory::grow(void* data, int max, int size, long long needed,
+                              std::size_t elementSize) {
+    if (max < 0 && ~max >= needed)
+        return {data, max};
+    const long long capacity = std::max(needed, size + size / 2LL);
+    if (capacity > INT_MAX)
+        ztThrowMemoryException(SIZE_MAX);
+    return resized(data, max, static_cast<int>(capacity), elementSize);
+}
+
+ArrayBuffer ArrayMemory::setMax(void* data, int max, int newMax, std::size_t elementSize) {
+    if (newMax > 0)
+        return resized(data, max, newMax, elementSize);
+    ztfree(data);
+    return {nullptr, 0};
 }
 
 void ArrayMemory::rotate(void* data, std::size_t count, std::size_t moved, bool toFront) {

@@ -204,7 +204,7 @@ private:
     void rearrange(int n) {
         const int pos = below(n + 1);
         const int other = below(n + 1);
-        switch (below(5)) {
+        switch (below(6)) {
             case 0:
                 array_.reverse();
                 return std::reverse(model_.begin(), model_.end());
@@ -225,6 +225,13 @@ private:
                 EXPECT_EQ(0, array_.getMax());
                 ZtDArray<T> moved(std::move(taken));
                 return array_.swapWith(moved);
+            }
+            case 4: {
+                T* const buffer = array_.dataPtr();
+                array_.release();
+                array_.setRawData(n, buffer);
+                max_ = n;
+                return;
             }
             default:
                 if (pos == n || below(4) > 0)
@@ -356,6 +363,17 @@ TEST(ZtDArray, BuffersChangeHands) {
     EXPECT_THAT(keys(taker), ElementsAre(1, 2));
     giver.setRawData(3, nullptr);
     EXPECT_EQ(0, giver.push(make<ZtString>(5)));
+
+    // Of an adopted block nothing is used but what it was said to hold.
+    AllocationWatch watch;
+    ZtDArray<int> tiny;
+    tiny.setRawData(1, static_cast<int*>(ztmalloc(sizeof(int))));
+    tiny.pop_back();
+    tiny.push(1);
+    EXPECT_EQ(1, watch.calls());
+    tiny.push(2);
+    EXPECT_EQ(2, watch.calls());
+    EXPECT_THAT(keys(tiny), ElementsAre(1, 2));
 }
 
 // Raw slots of texts and handles count as empty ones: they can be assigned, used and destroyed.
