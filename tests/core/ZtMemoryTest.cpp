@@ -90,7 +90,8 @@ TEST(ZtMemoryException, NamesTheSizeOfTheRequest) {
 TEST(ZtMemoryException, TravelsAsAPlainException) {
     const ZtMemoryException exception(4096);
     const std::unique_ptr<ZtException> clone(exception.clone());
-    EXPECT_EQ(typeid(ZtException), typeid(*clone));
+    const ZtException& plain = *clone;
+    EXPECT_EQ(typeid(ZtException), typeid(plain));
     EXPECT_EQ(messageFor(4096), clone->what());
     try {
         exception.raise();
