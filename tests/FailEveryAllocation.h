@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "ContractCapture.h"
 #include "core/AllocationWatch.h"
 
 /// Runs `operate(object)` on a fresh `make()` again and again, with its allocation 0, 1, 2 ...
@@ -42,7 +43,8 @@ void failEveryAllocation(Make make, Operate operate, ExpectAsItWas expectAsItWas
                     expectAsItWas(object);
             }
             EXPECT_EQ(0, watch.liveBlocks()) << "blocks were lost or freed twice";
-            EXPECT_TRUE(hasFailed || failing > 0) << "the operation takes no memory";
+            // Unchecked, small buffers have some room to grow in.
+            EXPECT_TRUE(hasFailed || failing > 0 || !kChecked) << "the operation takes no memory";
         }
     }
 }
