@@ -213,7 +213,7 @@ protected:
 
     /// Makes the size `n`, for which the capacity must do, and touches no element.
     void setSize(int n) {
-        ZT_REQUIRE(n >= 0 && n <= max_);
+        ZT_REQUIRE(n >= 0 && n <= getMax());
         size_ = n;
     }
 
