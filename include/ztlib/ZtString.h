@@ -278,6 +278,9 @@ private:
     ZtString& appendText(const char* text, std::size_t n);
     ZtString& insertText(int pos, const char* text, std::size_t n);
     ZtString& assign(const char* text, std::size_t n);
+    char* takeFormatted(const char* buffer, int result);
+    char* formatLong(int newLength, const char* format, std::va_list arguments)
+        ZT_FORMAT_CHECK(3, 0);
 
     static bool areEqual(const char* a, const char* b, std::size_t n) {
         if (n < 8 || n > 16)

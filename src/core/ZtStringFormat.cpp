@@ -16,13 +16,22 @@ using namespace stringinternals;
 namespace {
 
 constexpr int kFirstFormatSize = 64;
-constexpr std::size_t kStackBufferSize = 1024;
+constexpr int kStackBufferSize = 1024;
 
 // Ends an argument list also where an exception leaves.
 struct EndOfArguments {
     std::va_list& arguments;
     ~EndOfArguments() { va_end(arguments); }
 };
+
+// Returns the length of the formatted text, which is cut where the buffer ends, or a negative
+// number.
+int formatInto(char (&buffer)[kStackBufferSize], const char* format, std::va_list arguments) {
+    if (format == nullptr)
+        return 0;
+    // Without clearing errno first, which is the caller's and may even be asked for by the format.
+    return std::vsnprintf(buffer, sizeof buffer, format, arguments);
+}
 
 // The capacity of a string of that size and capacity after `length` characters were formatted into
 // it: the buffer doubles until they fit, and one that they just fill grows by the terminator.
@@ -53,40 +62,54 @@ ZtString::ZtString(int, const char* format, ...) : ZtString() {
     vprintf(format, arguments);
 }
 
+// The arguments may hold the string's own text, so that stays untouched until all is formatted:
+// into a buffer on the stack, and once more into a new one of the string's where that is too short.
 char* ZtString::printf(const char* format, ...) {
+    char buffer[kStackBufferSize];
     std::va_list arguments;
     va_start(arguments, format);
+    const int length = formatInto(buffer, format, arguments);
+    va_end(arguments);
+    if (length < kStackBufferSize)
+        return takeFormatted(buffer, length);
+    va_start(arguments, format);
     const EndOfArguments end{arguments};
-    return vprintf(format, arguments);
+    return formatLong(length, format, arguments);
 }
 
-// The arguments may hold the string's own text, so that stays untouched until all is formatted.
 char* ZtString::vprintf(const char* format, std::va_list arguments) {
-    format = format == nullptr ? "" : format;
     char buffer[kStackBufferSize];
     std::va_list again;
     va_copy(again, arguments);
     const EndOfArguments end{again};
-    // Without clearing errno, which is the caller's and may even be asked for by the format.
-    const int result = std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    const int length = formatInto(buffer, format, arguments);
+    return length < kStackBufferSize ? takeFormatted(buffer, length)
+                                     : formatLong(length, format, again);
+}
+
+// Takes the result of formatting into a buffer, negative if that failed.
+char* ZtString::takeFormatted(const char* buffer, int result) {
     if (result < 0 && errno == EOVERFLOW)
         ztThrowMemoryException(INT_MAX);
     const int newLength = std::max(result, 0);
     const int capacity = capacityForFormatted(size(), getMax(), newLength);
-    const auto n = static_cast<std::size_t>(newLength);
-    if (n < sizeof buffer) {
-        if (capacity > getMax())
-            remax(capacity);
-        moveText(dataPtr(), buffer, n);
-    } else {
-        char* const text = static_cast<char*>(ztmalloc(static_cast<std::size_t>(capacity)));
-        std::vsnprintf(text, n + 1, format, again);
-        ztfree(dataPtr());
-        setRawData(capacity, text);
-    }
-    dataPtr()[n] = '\0';
+    if (capacity > getMax())
+        remax(capacity);
+    char* const text = dataPtr();
+    moveText(text, buffer, static_cast<std::size_t>(newLength));
+    text[newLength] = '\0';
     setSize(newLength + 1);
-    return dataPtr();
+    return text;
+}
+
+char* ZtString::formatLong(int newLength, const char* format, std::va_list arguments) {
+    const int capacity = capacityForFormatted(size(), getMax(), newLength);
+    char* const text = static_cast<char*>(ztmalloc(static_cast<std::size_t>(capacity)));
+    std::vsnprintf(text, static_cast<std::size_t>(newLength) + 1, format, arguments);
+    ztfree(dataPtr());
+    setRawData(capacity, text);
+    setSize(newLength + 1);
+    return text;
 }
 
 void ZtString::setInt64(long long value) {
