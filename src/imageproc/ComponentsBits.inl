@@ -1,5 +1,6 @@
 // Kernels that turn elements into bits. Included by the portable and the wide unit, which define
 // Ops; everything here has internal linkage.
+#pragma once
 
 namespace components {
 namespace {
@@ -29,7 +30,10 @@ void thresholdElements(const Request& request, const Grid& grid, Word* bits, Wor
             const int count = grid.nx - x < 64 ? grid.nx - x : 64;
             bits[w] =
                 bitsOf(row + x, count, x, [lower](const T* p) { return Ops::atLeast(p, lower); });
-            if (marks)
+            if (!marks)
+                continue;
+            marks[w] = 0;
+            if (bits[w])
                 marks[w] = bits[w] & bitsOf(row + x, count, x,
                                             [upper](const T* p) { return Ops::atLeast(p, upper); });
         }

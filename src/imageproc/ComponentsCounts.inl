@@ -1,5 +1,6 @@
 // Kernels that gather the statistics of components. Included by the portable and the wide unit,
 // which define Ops; everything here has internal linkage.
+#pragma once
 
 namespace components {
 namespace {
@@ -13,8 +14,8 @@ struct BandGroup {
     const Word* marks[4];
     /// Of the union of the rows: foreground, first voxels of the runs, those of runs that begin a
     /// component in the band; and how many runs of the group start before each word.
-    Word* any;
-    Word* starts;
+    const Word* any;
+    const Word* starts;
     Word* fresh;
     Run* base;
     Run firstRun, numRuns;
@@ -90,7 +91,7 @@ public:
 
     /// Counts the group's runs. `selected` is room for a bit per run.
     void countGroup(const BandGroup& group, Word* selected) {
-        if (writing_.dominant != kNoRun)
+        if (writing_.dominant != kNoRun && !volume_.field)
             for (int dz = 0; dz < group.numZ; ++dz)
                 for (int dy = 0; dy < group.numY; ++dy)
                     addTotal(group, dy, dz);
@@ -115,7 +116,7 @@ public:
     /// Completes the records of the components 1 to `count`: gives the dominant one what the others
     /// leave, and turns the sums into floats.
     void finish(Run count) {
-        Counts rest = total_;
+        Counts rest = volume_.field ? countGrid(volume_.grid) : total_;
         for (Run i = 0; i < writing_.numCarries; ++i) {
             Carry& carry = writing_.carries[i];
             for (int axis = 0; axis < 3; ++axis) {
@@ -244,13 +245,22 @@ private:
     }
 
     void addTotal(const BandGroup& group, int dy, int dz) {
-        const int nx = volume_.grid.nx;
-        const Counts counts =
-            volume_.field ? countStretch(group, 0, nx) : countColumns(group, dy, dz, 0, nx);
+        const Counts counts = countColumns(group, dy, dz, 0, volume_.grid.nx);
         total_.voxels += counts.voxels;
         total_.marked += counts.marked;
         for (int axis = 0; axis < 3; ++axis)
             total_.sums[axis] += counts.sums[axis];
+    }
+
+    /// All voxels of the grid.
+    static Counts countGrid(const Grid& grid) {
+        const std::uint64_t nx = static_cast<std::uint64_t>(grid.nx);
+        const std::uint64_t ny = static_cast<std::uint64_t>(grid.ny);
+        const std::uint64_t nz = static_cast<std::uint64_t>(grid.nz);
+        return {nx * ny * nz,
+                0,
+                {nx * (nx - 1) / 2 * ny * nz, ny * (ny - 1) / 2 * nx * nz,
+                 nz * (nz - 1) / 2 * nx * ny}};
     }
 
     void add(Run label, const Counts& counts) {

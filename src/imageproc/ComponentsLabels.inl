@@ -1,5 +1,8 @@
-// Kernels that number the components and write their labels. Included by the portable and the wide
-// unit behind ComponentsCounts.inl; everything here has internal linkage.
+// Kernels that number the components and write their labels. Included by the portable and the
+// wide unit, which define Ops; everything here has internal linkage.
+#pragma once
+
+#include "imageproc/ComponentsCounts.inl"
 
 namespace components {
 namespace {
@@ -10,7 +13,7 @@ namespace {
 /// each component's first voxel lies in the band of its root. The runs of a band get the labels of
 /// their roots; components that begin in the band are numbered by going through its rows in raster
 /// order. Then the labels are written and the runs counted.
-template <class Label>
+template <class Label, Grouping kGrouping>
 class Writer {
 public:
     Writer(const Volume& volume, const Writing& writing)
@@ -19,9 +22,8 @@ public:
           counter_(volume, writing),
           labels_(static_cast<Label*>(writing.labels)),
           words_(volume.grid.words),
-          rowsY_(volume.grouping == Grouping::kRows ? 1 : 2),
-          rowsZ_(volume.grouping == Grouping::kBlocks ? 2 : 1),
-          groupsY_((volume.grid.ny + rowsY_ - 1) / rowsY_),
+          sliceWords_(static_cast<std::ptrdiff_t>(volume.grid.ny) * words_),
+          groupsY_((volume.grid.ny + kRowsY - 1) / kRowsY),
           groupsPerBand_(groupsPerBand(volume)) {
         const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(groupsPerBand_) * words_;
         Word* words = static_cast<Word*>(writing.scratch);
@@ -49,7 +51,7 @@ public:
     }
 
     void run() {
-        for (int z = 0; z < volume_.grid.nz; z += rowsZ_)
+        for (int z = 0; z < volume_.grid.nz; z += kRowsZ)
             for (int group = 0; group < groupsY_; group += groupsPerBand_)
                 writeBand(group, z);
         counter_.finish(nextLabel_ - 1);
@@ -60,8 +62,11 @@ private:
     // number of the root in the band for labels.
     static constexpr Run kFresh = Run{1} << 31;
 
+    static constexpr int kRowsY = kGrouping == Grouping::kRows ? 1 : 2;
+    static constexpr int kRowsZ = kGrouping == Grouping::kBlocks ? 2 : 1;
+
     static int groupsPerBand(const Volume& volume) {
-        return volume.grouping == Grouping::kBlocks ? (volume.grid.ny + 1) / 2 : 1;
+        return kGrouping == Grouping::kBlocks ? (volume.grid.ny + 1) / 2 : 1;
     }
 
     void writeBand(int firstGroup, int z) {
@@ -77,39 +82,46 @@ private:
     void describeGroup(int index, int z, int inBand) {
         const Grid& grid = volume_.grid;
         BandGroup& group = groups_[inBand];
-        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(inBand) * words_;
-        group.any = any_ + at;
-        group.starts = starts_ + at;
-        group.fresh = fresh_ + at;
-        group.base = base_ + at;
-        group.y = rowsY_ * index;
+        group.y = kRowsY * index;
         group.z = z;
-        group.numY = grid.ny - group.y < rowsY_ ? 1 : rowsY_;
-        group.numZ = grid.nz - group.z < rowsZ_ ? 1 : rowsZ_;
+        group.numY = grid.ny - group.y < kRowsY ? 1 : kRowsY;
+        group.numZ = grid.nz - group.z < kRowsZ ? 1 : kRowsZ;
+        const std::ptrdiff_t first = (static_cast<std::ptrdiff_t>(z) * grid.ny + group.y) * words_;
         for (int r = 0; r < 4; ++r) {
             const int dy = r & 1, dz = r >> 1;
-            const std::ptrdiff_t row =
-                (static_cast<std::ptrdiff_t>(z + dz) * grid.ny + group.y + dy) * words_;
-            const bool there = dy < group.numY && dz < group.numZ;
-            const Word* const marks = there ? volume_.marks + row : volume_.zeros;
-            group.rows[r] = volume_.field ? full_ : there ? volume_.bits + row : volume_.zeros;
-            group.marks[r] = volume_.marks ? marks : nullptr;
+            const bool isThere = dy < group.numY && dz < group.numZ;
+            const std::ptrdiff_t row = first + (dz ? sliceWords_ : 0) + (dy ? words_ : 0);
+            group.rows[r] = isThere ? volume_.bits + row : volume_.zeros;
+            group.marks[r] = !volume_.marks ? nullptr
+                             : isThere      ? volume_.marks + row
+                                            : volume_.zeros;
         }
-        findRuns(group);
+        findRuns(group, static_cast<std::ptrdiff_t>(inBand) * words_);
     }
 
-    void findRuns(BandGroup& group) {
-        const Word* const fieldStarts =
-            volume_.bits +
-            (static_cast<std::ptrdiff_t>(group.z) * volume_.grid.ny + group.y) * words_;
+    /// Finds the runs of a group, given the place of its words in the work space.
+    void findRuns(BandGroup& group, std::ptrdiff_t place) {
+        Word* const any = any_ + place;
+        Word* const starts = starts_ + place;
+        group.any = any;
+        group.starts = starts;
+        group.fresh = fresh_ + place;
+        group.base = base_ + place;
+        if (kGrouping != Grouping::kRows) {
+            for (int w = 0; w < words_; ++w)
+                any[w] = group.rows[0][w] | group.rows[1][w] | group.rows[2][w] | group.rows[3][w];
+        } else if (volume_.field) {
+            group.starts = group.rows[0];
+            group.any = group.rows[0] = full_;
+        } else {
+            group.any = group.rows[0];
+        }
         Run count = 0;
         Word carry = 0;
         for (int w = 0; w < words_; ++w) {
-            const Word any =
-                group.rows[0][w] | group.rows[1][w] | group.rows[2][w] | group.rows[3][w];
-            group.any[w] = any;
-            group.starts[w] = volume_.field ? fieldStarts[w] : any & ~(any << 1 | carry);
-            carry = any >> 63;
+            if (!volume_.field)
+                starts[w] = group.any[w] & ~(group.any[w] << 1 | carry);
+            carry = group.any[w] >> 63;
             group.base[w] = count;
             count += static_cast<Run>(Ops::count(group.starts[w]));
         }
@@ -123,7 +135,7 @@ private:
         Run* const parents = volume_.parents;
         const Run first = groups_[0].firstRun;
         const Run firstLabel = nextLabel_;
-        if (volume_.grouping == Grouping::kRows) {
+        if constexpr (kGrouping == Grouping::kRows) {
             for (Run run = first; run < nextRun_; ++run) {
                 const Run parent = parents[run];
                 parents[run] = parent == run ? nextLabel_ : parents[parent];
@@ -146,9 +158,9 @@ private:
     void numberFresh() {
         for (int i = 0; i < groupsPerBand_; ++i)
             selectFresh(groups_[i]);
-        for (int dz = 0; dz < rowsZ_; ++dz)
+        for (int dz = 0; dz < kRowsZ; ++dz)
             for (int i = 0; i < groupsPerBand_; ++i)
-                for (int dy = 0; dy < rowsY_; ++dy)
+                for (int dy = 0; dy < kRowsY; ++dy)
                     numberRow(groups_[i], groups_[i].rows[dy + 2 * dz]);
         const Run first = groups_[0].firstRun;
         Run* const labels = volume_.parents + first;
@@ -200,7 +212,7 @@ private:
                 writeRow(first + static_cast<std::ptrdiff_t>(group.y + dy) * grid.nx, first + slice,
                          group.rows[dy + 2 * dz], group.starts, labels);
         }
-        if (group.numRuns)
+        if (group.numRuns != 0)
             counter_.countGroup(group, selected_);
     }
 
@@ -252,7 +264,7 @@ private:
     Counter counter_;
     Label* labels_;
     int words_;
-    int rowsY_, rowsZ_;
+    std::ptrdiff_t sliceWords_;
     int groupsY_, groupsPerBand_;
     Run nextRun_ = 0;
     Run nextLabel_ = 1;
@@ -268,15 +280,30 @@ private:
     Label* narrow_;  // labels of the runs of a group
 };
 
+/// Calls `use` with the type of the writer for a volume.
+template <class Label, class Use>
+auto withWriter(const Volume& volume, const Use& use) {
+    switch (volume.grouping) {
+        case Grouping::kRows:
+            return use.template operator()<Writer<Label, Grouping::kRows>>();
+        case Grouping::kPairs:
+            return use.template operator()<Writer<Label, Grouping::kPairs>>();
+        case Grouping::kBlocks:
+            break;
+    }
+    return use.template operator()<Writer<Label, Grouping::kBlocks>>();
+}
+
 std::size_t writeBytes(const Volume& volume) {
-    return Writer<std::uint32_t>::bytes(volume);
+    return withWriter<std::uint32_t>(volume, [&]<class W>() { return W::bytes(volume); });
 }
 
 void write(const Volume& volume, const Writing& writing) {
+    const auto run = [&]<class W>() { W(volume, writing).run(); };
     if (writing.labelBytes == 2)
-        Writer<std::uint16_t>(volume, writing).run();
+        withWriter<std::uint16_t>(volume, run);
     else
-        Writer<std::uint32_t>(volume, writing).run();
+        withWriter<std::uint32_t>(volume, run);
 }
 
 }  // namespace

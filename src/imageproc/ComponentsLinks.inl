@@ -1,5 +1,9 @@
-// Kernels that unite the runs that touch. Included by the portable and the wide unit, which define
-// Ops; everything here has internal linkage.
+// Kernels that unite the runs of foreground that touch. Included by the portable and the wide
+// unit, which define Ops; everything here has internal linkage.
+#pragma once
+
+#include "imageproc/ComponentsFieldLinks.inl"
+#include "imageproc/ComponentsForest.inl"
 
 namespace components {
 namespace {
@@ -57,82 +61,16 @@ inline Touch diagonalTouch(const A& a, const B& b, int w, int words) {
     return {(aw & (bw | bUp | bDown)) | (bw & (aUp | aDown)), aw & bUp, aw & bDown};
 }
 
-/// The runs of a group of rows.
-struct GroupRuns {
-    /// Where one of the rows has foreground; null in a label field.
-    const Word* any;
-    /// The first voxels of the runs.
-    const Word* starts;
-    /// The number of the last run that starts before each word, plus 1.
-    const Run* base;
-};
-
-/// Union-find over runs. The root of a tree is its first run; a run's parent comes before it.
-class Forest {
-public:
-    explicit Forest(Run* parents) : parents_(parents) {}
-
-    Run numRuns() const { return numRuns_; }
-    Run numRoots() const { return numRoots_; }
-
-    void add(Run count) {
-        for (Run i = 0; i < count; ++i)
-            parents_[numRuns_ + i] = numRuns_ + i;
-        numRuns_ += count;
-        numRoots_ += count;
-    }
-
-    void unite(Run a, Run b) {
-        if (parents_[a] == parents_[b])
-            return;
-        const Run rootA = root(a);
-        const Run rootB = root(b);
-        const Run first = rootA < rootB ? rootA : rootB;
-        const Run second = rootA < rootB ? rootB : rootA;
-        parents_[second] = first;
-        parents_[a] = first;
-        parents_[b] = first;
-        numRoots_ -= first != second;
-    }
-
-private:
-    Run root(Run run) {
-        Run parent = parents_[run];
-        while (parent != run) {
-            const Run grandparent = parents_[parent];
-            parents_[run] = grandparent;
-            run = parent;
-            parent = grandparent;
-        }
-        return run;
-    }
-
-    Run* parents_;
-    Run numRuns_ = 0;
-    Run numRoots_ = 0;
-};
-
 /// Goes through the groups in order and unites the runs of each with those of the groups before it.
 class Linker {
 public:
-    Linker(const Volume& volume, Linking& linking)
+    Linker(const Volume& volume, const Linking& linking)
         : volume_(volume),
-          linking_(linking),
+          recent_(volume, linking.scratch),
+          limit_(linking.limit),
           words_(volume.grid.words),
-          groupsY_(groupsPerSlice(volume)),
-          rowsZ_(volume.grouping == Grouping::kBlocks ? 2 : 1),
-          slots_(numSlots(volume)),
-          forest_(volume.parents) {
-        const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(slots_) * words_;
-        any_ = static_cast<Word*>(linking.scratch);
-        starts_ = any_ + size;
-        base_ = reinterpret_cast<Run*>(starts_ + size);
-    }
-
-    /// How many groups are kept: this one and those before it that it may touch.
-    static int numSlots(const Volume& volume) {
-        return volume.reach.z == Reach::kNone ? 2 : groupsPerSlice(volume) + 2;
-    }
+          groupsY_(RecentRuns::groupsPerSlice(volume)),
+          rowsZ_(volume.grouping == Grouping::kBlocks ? 2 : 1) {}
 
     LinkResult run() {
         for (int z = 0; z < volume_.grid.nz; z += rowsZ_) {
@@ -142,39 +80,31 @@ public:
                 const LinkResult result = linkGroup(y, z);
                 if (result != LinkResult::kDone)
                     return result;
-                slot_ = slot_ + 1 == slots_ ? 0 : slot_ + 1;
             }
         }
-        linking_.numRoots = forest_.numRoots();
         return LinkResult::kDone;
     }
 
-private:
-    static int groupsPerSlice(const Volume& volume) {
-        return volume.grouping == Grouping::kRows ? volume.grid.ny : (volume.grid.ny + 1) / 2;
-    }
+    Run numRoots() const { return recent_.forest().numRoots(); }
 
+private:
     /// Adds and links group `group` of slice (or pair of slices) z.
     LinkResult linkGroup(int group, int z) {
         switch (volume_.grouping) {
             case Grouping::kRows:
-                addGroup({row(group, z)});
-                if (volume_.field)
-                    linkFieldRow(group, z);
-                else
+                if (recent_.addRow(row(group, z)))
                     linkRow(group, z);
-                return forest_.numRoots() > linking_.limit ? LinkResult::kTooMany
-                                                           : LinkResult::kDone;
+                return numRoots() > limit_ ? LinkResult::kTooMany : LinkResult::kDone;
             case Grouping::kPairs:
                 // Between the two rows of the pair at most this many components are more.
-                if (forest_.numRoots() + static_cast<Run>(volume_.grid.nx / 2 + 1) > linking_.limit)
+                if (numRoots() + static_cast<Run>(volume_.grid.nx / 2 + 1) > limit_)
                     return LinkResult::kUncertain;
-                addGroup(EitherLine{row(2 * group, z), row(2 * group + 1, z)});
-                linkPair(group, z);
+                if (recent_.addGroup(EitherLine{row(2 * group, z), row(2 * group + 1, z)}))
+                    linkPair(group, z);
                 break;
             case Grouping::kBlocks:
-                addBlock(group, z);
-                linkBlock(group, z);
+                if (addBlock(group, z))
+                    linkBlock(group, z);
                 break;
         }
         return LinkResult::kDone;
@@ -188,71 +118,30 @@ private:
         return volume_.bits + (static_cast<std::ptrdiff_t>(z) * grid.ny + y) * words_;
     }
 
-    std::ptrdiff_t offset(int slotsBack) const {
-        const int slot = slot_ - slotsBack;
-        return static_cast<std::ptrdiff_t>(slot < 0 ? slot + slots_ : slot) * words_;
-    }
-
-    GroupRuns runs(int slotsBack) const {
-        const std::ptrdiff_t at = offset(slotsBack);
-        return {any_ + at, starts_ + at, base_ + at};
-    }
-
-    /// Numbers the runs of the union of the group's rows.
-    template <class Rows>
-    void addGroup(const Rows& rows) {
-        Word* const any = any_ + offset(0);
-        Word* const starts = starts_ + offset(0);
-        Run* const base = base_ + offset(0);
-        Run next = forest_.numRuns();
-        Word carry = 0;
-        for (int w = 0; w < words_; ++w) {
-            any[w] = rows(w);
-            starts[w] = volume_.field ? any[w] : any[w] & ~(any[w] << 1 | carry);
-            carry = any[w] >> 63;
-            base[w] = next;
-            next += static_cast<Run>(Ops::count(starts[w]));
-        }
-        forest_.add(next - forest_.numRuns());
-    }
-
-    void addGroup(Line rows) { addGroup<Line>(rows); }
-
-    void addBlock(int group, int z) {
+    bool addBlock(int group, int z) {
         const EitherLine lower{row(2 * group, z), row(2 * group + 1, z)};
         const EitherLine upper{row(2 * group, z + 1), row(2 * group + 1, z + 1)};
-        addGroup([&](int w) { return lower(w) | upper(w); });
-    }
-
-    /// Unites, for each bit of `links`, the run of g there with the run of h that started last, or,
-    /// with `next` 1, with the one that starts next.
-    void unite(Word links, const GroupRuns& g, const GroupRuns& h, int w, Run next = 0) {
-        const Word gStarts = g.starts[w], hStarts = h.starts[w];
-        const Run gBase = g.base[w] - 1, hBase = h.base[w] - 1 + next;
-        while (links) {
-            const Word upTo = links ^ (links - 1);
-            links &= links - 1;
-            forest_.unite(gBase + static_cast<Run>(Ops::count(gStarts & upTo)),
-                          hBase + static_cast<Run>(Ops::count(hStarts & upTo)));
-        }
+        return recent_.addGroup([&](int w) { return lower(w) | upper(w); });
     }
 
     /// Links single rows: one link where a stretch that both have begins, and one where they touch
-    /// diagonally only. Stretches that begin in a column of `implied` are linked already.
+    /// diagonally only. Stretches with a column of `implied` are linked already.
     template <bool kDiagonal, class Implied>
     void linkRows(const GroupRuns& g, const GroupRuns& h, const Implied& implied) {
         const Line a{g.any}, b{h.any};
         Word carry = 0;
         for (int w = 0; w < words_; ++w) {
             const Word both = a(w) & b(w);
-            Word links = both & ~(both << 1 | carry) & ~implied(w);
+            Word links = both & ~(both << 1 | carry);
+            links &= ~spreadToStart(both & implied(w), both & both >> 1);
             carry = both >> 63;
             if constexpr (kDiagonal) {
                 const Word only = a(w) & ~b(w);
                 links |= only & shiftedUp(b, w) & ~shiftedUp(a, w);
-                unite(only & shiftedDown(b, w, words_) & ~shiftedDown(a, w, words_), g, h, w, 1);
+                recent_.unite(only & shiftedDown(b, w, words_) & ~shiftedDown(a, w, words_), g, h,
+                              w, 1);
             }
-            unite(links, g, h, w);
+            recent_.unite(links, g, h, w);
         }
     }
 
@@ -267,69 +156,19 @@ private:
     void linkRow(int y, int z) {
         const auto none = [](int) { return Word{0}; };
         const Neighbourhood& reach = volume_.reach;
-        const GroupRuns g = runs(0);
+        const GroupRuns& g = recent_.runs(0);
         if (y > 0)
-            linkRows(reach.y, g, runs(1), none);
+            linkRows(reach.y, g, recent_.runs(1), none);
         if (z == 0 || reach.z == Reach::kNone)
             return;
         // Where the rows before both have foreground too, these four are linked through them.
         const Line above{row(y - 1, z)}, aboveBefore{row(y - 1, z - 1)};
-        linkRows(reach.z, g, runs(groupsY_), [&](int w) { return above(w) & aboveBefore(w); });
+        linkRows(reach.z, g, recent_.runs(groupsY_),
+                 [&](int w) { return above(w) & aboveBefore(w); });
         if (y > 0)
-            linkRows(reach.edge, g, runs(groupsY_ + 1), none);
+            linkRows(reach.edge, g, recent_.runs(groupsY_ + 1), none);
         if (y + 1 < groupsY_)
-            linkRows(reach.edge, g, runs(groupsY_ - 1), none);
-    }
-
-    /// Links rows of a label field, given the values of the rows. A stretch in which both rows keep
-    /// their values needs one link, and a diagonal one only where both change.
-    void linkFieldRows(Reach reach, const GroupRuns& g, const GroupRuns& h,
-                       const unsigned char* gField, const unsigned char* hField) {
-        if (reach == Reach::kNone)
-            return;
-        const int nx = volume_.grid.nx;
-        for (int w = 0; w < words_; ++w) {
-            const Word firsts = g.starts[w] | h.starts[w];
-            if (!firsts)
-                continue;
-            const int x = 64 * w;
-            const int count = nx - x < 64 ? nx - x : 64;
-            unite(firsts & ~Ops::unequal(gField + x, hField + x, count, x), g, h, w);
-            if (reach != Reach::kDiagonal)
-                continue;
-            const Run gBase = g.base[w] - 1, hBase = h.base[w] - 1;
-            Word changes = g.starts[w] & h.starts[w];
-            if (w == 0)
-                changes &= ~Word{1};
-            while (changes) {
-                const Word upTo = changes ^ (changes - 1);
-                const int at = x + Ops::lowest(changes);
-                changes &= changes - 1;
-                const Run gRun = gBase + static_cast<Run>(Ops::count(g.starts[w] & upTo));
-                const Run hRun = hBase + static_cast<Run>(Ops::count(h.starts[w] & upTo));
-                if (gField[at] == hField[at - 1])
-                    forest_.unite(gRun, hRun - 1);
-                if (gField[at - 1] == hField[at])
-                    forest_.unite(gRun - 1, hRun);
-            }
-        }
-    }
-
-    void linkFieldRow(int y, int z) {
-        const Grid& grid = volume_.grid;
-        const Neighbourhood& reach = volume_.reach;
-        const GroupRuns g = runs(0);
-        const std::ptrdiff_t nx = grid.nx, slice = nx * grid.ny;
-        const unsigned char* const field = volume_.field + z * slice + y * nx;
-        if (y > 0)
-            linkFieldRows(reach.y, g, runs(1), field, field - nx);
-        if (z == 0 || reach.z == Reach::kNone)
-            return;
-        linkFieldRows(reach.z, g, runs(groupsY_), field, field - slice);
-        if (y > 0)
-            linkFieldRows(reach.edge, g, runs(groupsY_ + 1), field, field - slice - nx);
-        if (y + 1 < groupsY_)
-            linkFieldRows(reach.edge, g, runs(groupsY_ - 1), field, field - slice + nx);
+            linkRows(reach.edge, g, recent_.runs(groupsY_ - 1), none);
     }
 
     /// Links groups by `contact`, which gives the Touch of a word. A stretch of columns that both
@@ -360,8 +199,8 @@ private:
             if (touch.left & beside)
                 links |= touch.left & beside & ~shiftedUp(gAny, w);
             if (touch.right & beside)
-                unite(touch.right & beside & ~shiftedDown(gAny, w, words_), g, h, w, 1);
-            unite(links, g, h, w);
+                recent_.unite(touch.right & beside & ~shiftedDown(gAny, w, words_), g, h, w, 1);
+            recent_.unite(links, g, h, w);
         }
     }
 
@@ -369,21 +208,22 @@ private:
         const Neighbourhood& reach = volume_.reach;
         const int y = 2 * group;
         const int words = words_;
-        const GroupRuns g = runs(0);
+        const GroupRuns& g = recent_.runs(0);
         const Line first{row(y, z)}, second{row(y + 1, z)}, above{row(y - 1, z)};
         if (group > 0) {
-            linkGroups(g, runs(1), [&](int w) { return diagonalTouch(first, above, w, words); });
+            linkGroups(g, recent_.runs(1),
+                       [&](int w) { return diagonalTouch(first, above, w, words); });
         }
         if (z == 0 || reach.z == Reach::kNone)
             return;
         const Line before{row(y, z - 1)}, secondBefore{row(y + 1, z - 1)};
         if (reach.z == Reach::kStraight) {
-            linkGroups(g, runs(groupsY_), [&](int w) {
+            linkGroups(g, recent_.runs(groupsY_), [&](int w) {
                 return straightTouch(first, before, w) | straightTouch(second, secondBefore, w);
             });
             return;
         }
-        linkGroups(g, runs(groupsY_), [&](int w) {
+        linkGroups(g, recent_.runs(groupsY_), [&](int w) {
             return diagonalTouch(first, before, w, words) |
                    diagonalTouch(second, secondBefore, w, words) |
                    straightTouch(first, secondBefore, w) | straightTouch(second, before, w);
@@ -392,13 +232,13 @@ private:
         if (group > 0) {
             const ExceptLine facing{first.row, above.row, before.row};
             const Line aboveBefore{row(y - 1, z - 1)};
-            linkGroups(g, runs(groupsY_ + 1),
+            linkGroups(g, recent_.runs(groupsY_ + 1),
                        [&](int w) { return straightTouch(facing, aboveBefore, w); });
         }
         if (group + 1 < groupsY_) {
             const ExceptLine facing{second.row, secondBefore.row, volume_.zeros};
             const Line belowBefore{row(y + 2, z - 1)};
-            linkGroups(g, runs(groupsY_ - 1),
+            linkGroups(g, recent_.runs(groupsY_ - 1),
                        [&](int w) { return straightTouch(facing, belowBefore, w); });
         }
     }
@@ -406,9 +246,10 @@ private:
     void linkBlock(int group, int z) {
         const int y = 2 * group;
         const int words = words_;
-        const GroupRuns g = runs(0);
+        const GroupRuns& g = recent_.runs(0);
         const auto linkFacing = [&](int slotsBack, const auto& a, const auto& b) {
-            linkGroups(g, runs(slotsBack), [&](int w) { return diagonalTouch(a, b, w, words); });
+            linkGroups(g, recent_.runs(slotsBack),
+                       [&](int w) { return diagonalTouch(a, b, w, words); });
         };
         if (group > 0) {
             linkFacing(1, EitherLine{row(y, z), row(y, z + 1)},
@@ -441,13 +282,13 @@ private:
     bool mayExceedLimit(int z) const {
         const Grid& grid = volume_.grid;
         const std::uint64_t perRow = static_cast<std::uint64_t>(grid.nx / 2 + 1);
-        std::uint64_t count = forest_.numRoots();
-        if (count + 2 * perRow * static_cast<std::uint64_t>(grid.ny) <= linking_.limit)
+        std::uint64_t count = numRoots();
+        if (count + 2 * perRow * static_cast<std::uint64_t>(grid.ny) <= limit_)
             return false;
         for (int s = z; s < z + 2; ++s)
             for (int y = 0; y < grid.ny; ++y)
                 count += newStretches(y, s);
-        return count > linking_.limit;
+        return count > limit_;
     }
 
     Run newStretches(int y, int z) const {
@@ -466,25 +307,28 @@ private:
     }
 
     const Volume& volume_;
-    Linking& linking_;
+    RecentRuns recent_;
+    Run limit_;
     int words_;
     int groupsY_;
     int rowsZ_;
-    int slots_;
-    int slot_ = 0;
-    Word* any_;
-    Word* starts_;
-    Run* base_;
-    Forest forest_;
 };
 
 std::size_t linkBytes(const Volume& volume) {
-    return static_cast<std::size_t>(Linker::numSlots(volume)) *
-           static_cast<std::size_t>(volume.grid.words) * (2 * sizeof(Word) + sizeof(Run));
+    return RecentRuns::bytes(volume);
+}
+
+template <class AnyLinker>
+LinkResult runLinker(const Volume& volume, Linking& linking) {
+    AnyLinker linker(volume, linking);
+    const LinkResult result = linker.run();
+    linking.numRoots = linker.numRoots();
+    return result;
 }
 
 LinkResult link(const Volume& volume, Linking& linking) {
-    return Linker(volume, linking).run();
+    return volume.field ? runLinker<FieldLinker>(volume, linking)
+                        : runLinker<Linker>(volume, linking);
 }
 
 }  // namespace

@@ -56,6 +56,12 @@ struct Ops {
         return word;
     }
 
+    /// Writes first, first + 1, ...; may write up to kPadding entries beyond.
+    static void countUp(Run* out, Run first, Run count) {
+        for (Run i = 0; i < count; ++i)
+            out[i] = first + i;
+    }
+
     /// Sets a bit in `bits` for each label that is not `value`; returns whether there are any.
     static bool selectUnequal(const Run* labels, int count, Run value, Word* bits) {
         return select(count, bits, [&](int i) { return labels[i] != value; });
@@ -107,7 +113,6 @@ struct Ops {
 }  // namespace components
 
 #include "imageproc/ComponentsBits.inl"
-#include "imageproc/ComponentsCounts.inl"
 #include "imageproc/ComponentsLabels.inl"
 #include "imageproc/ComponentsLinks.inl"
 

@@ -128,6 +128,15 @@ struct Ops {
         return word;
     }
 
+    static void countUp(Run* out, Run first, Run count) {
+        __m256i eight = _mm256_add_epi32(_mm256_set1_epi32(static_cast<int>(first)),
+                                         _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+        for (Run i = 0; i < count; i += 8) {
+            store(out + i, eight);
+            eight = _mm256_add_epi32(eight, _mm256_set1_epi32(8));
+        }
+    }
+
     static bool selectUnequal(const Run* labels, int count, Run value, Word* bits) {
         const __m256i v = _mm256_set1_epi32(static_cast<int>(value));
         return select(labels, count, bits, 0xFF,
@@ -235,7 +244,6 @@ private:
 }  // namespace components
 
 #include "imageproc/ComponentsBits.inl"
-#include "imageproc/ComponentsCounts.inl"
 #include "imageproc/ComponentsLabels.inl"
 #include "imageproc/ComponentsLinks.inl"
 
