@@ -12,6 +12,8 @@ struct BandGroup {
     int numY, numZ;
     const Word* rows[4];
     const Word* marks[4];
+    /// The values of a row of a label field.
+    const unsigned char* field;
     /// Of the union of the rows: foreground, first voxels of the runs, those of runs that begin a
     /// component in the band; and how many runs of the group start before each word.
     const Word* any;
@@ -73,6 +75,7 @@ struct Counts {
 
 /// Counts the runs of components into their records, the dominant one's as the total minus the
 /// rest.
+template <Grouping kGrouping>
 class Counter {
 public:
     Counter(const Volume& volume, const Writing& writing) : volume_(volume), writing_(writing) {
@@ -91,114 +94,126 @@ public:
 
     /// Counts the group's runs. `selected` is room for a bit per run.
     void countGroup(const BandGroup& group, Word* selected) {
-        if (writing_.dominant != kNoRun && !volume_.field)
-            for (int dz = 0; dz < group.numZ; ++dz)
-                for (int dy = 0; dy < group.numY; ++dy)
-                    addTotal(group, dy, dz);
+        if (writing_.dominant != kNoRun)
+            addTotal(group);
         const Run* const labels = volume_.parents + group.firstRun;
-        if (!Ops::selectUnequal(labels, static_cast<int>(group.numRuns), dominant_, selected))
+        const int numRuns = static_cast<int>(group.numRuns);
+        if (dominant_ && !Ops::selectUnequal(labels, numRuns, dominant_, selected))
             return;
         Selection selection(selected);
         for (int w = 0; w < volume_.grid.words; ++w) {
             const Word starts = group.starts[w];
-            if (!starts)
-                continue;
-            const Run* const labelsOfWord = labels + group.base[w] - 1;
-            for (Word firsts = selection.take(starts); firsts; firsts &= firsts - 1) {
-                const Word upTo = firsts ^ (firsts - 1);
-                const int from = 64 * w + Ops::lowest(firsts);
-                countRun(group, from, endOfRun(group, from),
-                         labelsOfWord[Ops::count(starts & upTo)]);
-            }
+            const Word chosen = dominant_ ? selection.take(starts) : starts;
+            if (chosen)
+                countRuns(group, w, chosen, labels + group.base[w] - 1);
         }
     }
 
-    /// Completes the records of the components 1 to `count`: gives the dominant one what the others
-    /// leave, and turns the sums into floats.
+    /// Completes the records of the components 1 to `count`: rounds the large sums and gives the
+    /// dominant component what the others leave.
     void finish(Run count) {
-        Counts rest = volume_.field ? countGrid(volume_.grid) : total_;
-        for (Run i = 0; i < writing_.numCarries; ++i) {
-            Carry& carry = writing_.carries[i];
-            for (int axis = 0; axis < 3; ++axis) {
-                const std::uint64_t high = std::uint64_t{carry.high[axis]} << 32;
-                if (carry.label != dominant_)
-                    rest.sums[axis] -= high;
-                carry.high[axis] = floatBits(high | writing_.records[carry.label].sums[axis]);
-            }
-        }
-        for (Run label = 1; label <= count; ++label) {
-            if (label == dominant_)
+        for (Run i = 0; i < writing_.numLarge; ++i) {
+            const LargeSums& large = writing_.large[i];
+            if (large.label == 0)
                 continue;
-            Record& record = writing_.records[label];
-            rest.voxels -= record.numVoxels;
-            rest.marked -= record.mark;
             for (int axis = 0; axis < 3; ++axis) {
-                rest.sums[axis] -= record.sums[axis];
-                record.sums[axis] = floatBits(record.sums[axis]);
+                if (large.label != dominant_)
+                    total_.sums[axis] -= large.sums[axis];
+                writing_.records[large.label].sums[axis] = 0;
             }
         }
-        for (Run i = 0; i < writing_.numCarries; ++i) {
-            const Carry& carry = writing_.carries[i];
-            if (carry.label)
-                std::memcpy(writing_.records[carry.label].sums, carry.high, sizeof carry.high);
-        }
+        if (dominant_)
+            takeOthersFromTotal(count);
+        for (Run i = 0; i < writing_.numLarge; ++i)
+            if (writing_.large[i].label)
+                round(writing_.large[i].sums, writing_.records[writing_.large[i].label]);
         if (dominant_ == 0)
             return;
         Record& record = writing_.records[dominant_];
-        record.numVoxels = static_cast<std::uint32_t>(rest.voxels);
-        if (!volume_.field)
-            record.mark = static_cast<std::uint32_t>(rest.marked);
-        for (int axis = 0; axis < 3; ++axis)
-            record.sums[axis] = floatBits(rest.sums[axis]);
+        record.numVoxels = static_cast<std::uint32_t>(total_.voxels);
+        record.mark = static_cast<std::uint32_t>(total_.marked);
+        round(total_.sums, record);
     }
 
 private:
-    int endOfRun(const BandGroup& group, int from) const {
-        const int at = from + 1;
-        int w = at >> 6;
-        if (w == volume_.grid.words)
-            return at;
-        Word ends = (group.starts[w] | ~group.any[w]) & (~Word{0} << (at & 63));
-        while (!ends) {
-            if (++w == volume_.grid.words)
-                return volume_.grid.nx;
-            ends = group.starts[w] | ~group.any[w];
+    void takeOthersFromTotal(Run count) {
+        for (Run label = 1; label <= count; ++label) {
+            if (label == dominant_)
+                continue;
+            const Record& record = writing_.records[label];
+            total_.voxels -= record.numVoxels;
+            total_.marked -= record.mark;
+            for (int axis = 0; axis < 3; ++axis)
+                total_.sums[axis] -= static_cast<std::uint64_t>(record.sums[axis]);
         }
-        return 64 * w + Ops::lowest(ends);
     }
 
-    /// Counts the run in the columns [from, to).
-    void countRun(const BandGroup& group, int from, int to, Run label) {
-        if (volume_.grouping == Grouping::kRows)
-            add(label, countStretch(group, from, to));
-        else if (to - from <= 16 && from >> 6 == (to - 1) >> 6)
-            add(label, countLanes(group, from, to));
-        else
-            for (int dz = 0; dz < group.numZ; ++dz)
-                for (int dy = 0; dy < group.numY; ++dy)
-                    add(label, countColumns(group, dy, dz, from, to));
+    /// Counts the runs that start at the bits of `chosen`, given the labels of the runs that start
+    /// in the word, counted from 1.
+    void countRuns(const BandGroup& group, int w, Word chosen, const Run* labels) {
+        const int words = volume_.grid.words;
+        const Word starts = group.starts[w];
+        const Word ends = starts | ~group.any[w];
+        const bool goesOn = w + 1 < words && (group.any[w + 1] & ~group.starts[w + 1] & 1);
+        for (; chosen; chosen &= chosen - 1) {
+            const Word upTo = chosen ^ (chosen - 1);
+            const Word later = ends & ~upTo;
+            const int from = 64 * w + Ops::lowest(chosen);
+            const Run label = labels[Ops::count(starts & upTo)];
+            // From the first bit to before the one that ends the run, if that is in the word.
+            const Word columns = (later & (~later + 1)) - (chosen & (~chosen + 1));
+            if (later == 0 && goesOn)
+                countLongRun(group, from, endOfRun(group, w + 1), label);
+            else if (kGrouping == Grouping::kRows)
+                add(label, countStretch(group, from, Ops::count(columns)));
+            else if (columns >> (from & 63) <= 0xFFFF)
+                add(label, countLanes(group, w, from, columns));
+            else
+                countLongRun(group, from, from + Ops::count(columns), label);
+        }
+    }
+
+    /// The end of a run that goes on in word w.
+    int endOfRun(const BandGroup& group, int w) const {
+        for (; w < volume_.grid.words; ++w) {
+            const Word ends = group.starts[w] | ~group.any[w];
+            if (ends)
+                return 64 * w + Ops::lowest(ends);
+        }
+        return volume_.grid.nx;
+    }
+
+    void countLongRun(const BandGroup& group, int from, int to, Run label) {
+        if (kGrouping == Grouping::kRows) {
+            add(label, countStretch(group, from, to - from));
+            return;
+        }
+        for (int dz = 0; dz < group.numZ; ++dz)
+            for (int dy = 0; dy < group.numY; ++dy)
+                add(label, countColumns(group, dy, dz, from, to));
     }
 
     /// Counts a run of a single row, which has all voxels.
-    Counts countStretch(const BandGroup& group, int from, int to) const {
-        const std::uint64_t n = static_cast<std::uint64_t>(to - from);
+    Counts countStretch(const BandGroup& group, int from, int length) const {
+        const std::uint64_t n = static_cast<std::uint64_t>(length);
         Counts counts{
             n,
             n,
-            {n * (static_cast<std::uint64_t>(from) + static_cast<std::uint64_t>(to - 1)) / 2,
+            {n * static_cast<std::uint64_t>(from) + n * (n - 1) / 2,
              n * static_cast<std::uint64_t>(group.y), n * static_cast<std::uint64_t>(group.z)}};
         if (volume_.field)
-            counts.marked = volume_.field[rowIndex(group) * volume_.grid.nx + from];
+            counts.marked = group.field[from];
         else if (group.marks[0])
-            counts.marked = countMarks(group.marks[0], from, to);
+            counts.marked = countMarks(group.marks[0], from, from + length);
         return counts;
     }
 
-    /// Counts a run of at most 16 columns in one word: its rows side by side in lanes of 16 bits.
-    static Counts countLanes(const BandGroup& group, int from, int to) {
-        const Word lanes = lanesOf(group.rows, from, to);
+    /// Counts a run of at most 16 columns in word w: its rows side by side in lanes of 16 bits.
+    static Counts countLanes(const BandGroup& group, int w, int from, Word columns) {
+        const Word lanes = lanesOf(group.rows, w, from, columns);
         const std::uint64_t n = countOf(lanes);
-        const std::uint64_t marked = group.marks[0] ? countOf(lanesOf(group.marks, from, to)) : n;
+        const std::uint64_t marked =
+            group.marks[0] ? countOf(lanesOf(group.marks, w, from, columns)) : n;
         return {n,
                 marked,
                 {n * static_cast<std::uint64_t>(from) + sumOfPositions<4>(lanes),
@@ -206,11 +221,11 @@ private:
                  n * static_cast<std::uint64_t>(group.z) + countOf(lanes >> 32)}};
     }
 
-    static Word lanesOf(const Word* const* rows, int from, int to) {
-        const Word columns = ~(~Word{0} << (to - from));
+    static Word lanesOf(const Word* const* rows, int w, int from, Word columns) {
+        constexpr int kRows = kGrouping == Grouping::kBlocks ? 4 : 2;
         Word lanes = 0;
-        for (int r = 0; r < 4; ++r)
-            lanes |= (rows[r][from >> 6] >> (from & 63) & columns) << (16 * r);
+        for (int r = 0; r < kRows; ++r)
+            lanes |= (rows[r][w] & columns) >> (from & 63) << (16 * r);
         return lanes;
     }
 
@@ -240,27 +255,16 @@ private:
         return count;
     }
 
-    std::ptrdiff_t rowIndex(const BandGroup& group) const {
-        return static_cast<std::ptrdiff_t>(group.z) * volume_.grid.ny + group.y;
-    }
-
-    void addTotal(const BandGroup& group, int dy, int dz) {
-        const Counts counts = countColumns(group, dy, dz, 0, volume_.grid.nx);
-        total_.voxels += counts.voxels;
-        total_.marked += counts.marked;
-        for (int axis = 0; axis < 3; ++axis)
-            total_.sums[axis] += counts.sums[axis];
-    }
-
-    /// All voxels of the grid.
-    static Counts countGrid(const Grid& grid) {
-        const std::uint64_t nx = static_cast<std::uint64_t>(grid.nx);
-        const std::uint64_t ny = static_cast<std::uint64_t>(grid.ny);
-        const std::uint64_t nz = static_cast<std::uint64_t>(grid.nz);
-        return {nx * ny * nz,
-                0,
-                {nx * (nx - 1) / 2 * ny * nz, ny * (ny - 1) / 2 * nx * nz,
-                 nz * (nz - 1) / 2 * nx * ny}};
+    void addTotal(const BandGroup& group) {
+        for (int dz = 0; dz < group.numZ; ++dz) {
+            for (int dy = 0; dy < group.numY; ++dy) {
+                const Counts counts = countColumns(group, dy, dz, 0, volume_.grid.nx);
+                total_.voxels += counts.voxels;
+                total_.marked += counts.marked;
+                for (int axis = 0; axis < 3; ++axis)
+                    total_.sums[axis] += counts.sums[axis];
+            }
+        }
     }
 
     void add(Run label, const Counts& counts) {
@@ -270,29 +274,45 @@ private:
             record.mark = static_cast<std::uint32_t>(counts.marked);
         else
             record.mark += static_cast<std::uint32_t>(counts.marked);
-        for (int axis = 0; axis < 3; ++axis) {
-            const std::uint64_t sum = record.sums[axis] + counts.sums[axis];
-            record.sums[axis] = static_cast<std::uint32_t>(sum);
-            if (sum >> 32)
-                carryOf(label).high[axis] += static_cast<std::uint32_t>(sum >> 32);
+        const float x = record.sums[0] + toFloat(counts.sums[0]);
+        const float y = record.sums[1] + toFloat(counts.sums[1]);
+        const float z = record.sums[2] + toFloat(counts.sums[2]);
+        if (x >= kInexact || y >= kInexact || z >= kInexact) {
+            addLarge(label, counts);
+            return;
         }
+        record.sums[0] = x;
+        record.sums[1] = y;
+        record.sums[2] = z;
     }
 
-    /// The entry of a component in the table of carries.
-    Carry& carryOf(Run label) {
-        Run i = label & (writing_.numCarries - 1);
-        while (writing_.carries[i].label != label && writing_.carries[i].label != 0)
-            i = (i + 1) & (writing_.numCarries - 1);
-        writing_.carries[i].label = label;
-        return writing_.carries[i];
+    /// Adds to a component in the table of large sums, which it enters first if need be.
+    void addLarge(Run label, const Counts& counts) {
+        Run i = label & (writing_.numLarge - 1);
+        while (writing_.large[i].label != label && writing_.large[i].label != 0)
+            i = (i + 1) & (writing_.numLarge - 1);
+        LargeSums& large = writing_.large[i];
+        Record& record = writing_.records[label];
+        for (int axis = 0; axis < 3; ++axis) {
+            if (large.label == 0)
+                large.sums[axis] = static_cast<std::uint64_t>(record.sums[axis]);
+            large.sums[axis] += counts.sums[axis];
+            record.sums[axis] = kInexact;  // so that all that is added later comes here, too
+        }
+        large.label = label;
     }
 
-    static std::uint32_t floatBits(std::uint64_t sum) {
-        const float value = static_cast<float>(static_cast<std::int64_t>(sum));
-        std::uint32_t bits;
-        std::memcpy(&bits, &value, sizeof bits);
-        return bits;
+    static float toFloat(std::uint64_t sum) {
+        return static_cast<float>(static_cast<std::int64_t>(sum));
     }
+
+    static void round(const std::uint64_t* sums, Record& record) {
+        for (int axis = 0; axis < 3; ++axis)
+            record.sums[axis] = toFloat(sums[axis]);
+    }
+
+    /// Sums below this are exact in a float.
+    static constexpr float kInexact = 1 << 24;
 
     const Volume& volume_;
     const Writing& writing_;

@@ -77,20 +77,19 @@ struct Linking {
     Run numRoots;
 };
 
-/// The statistics of a component, in the memory of its ZtConnectedComponents::Component. While runs
-/// are counted the sums are their lowest 32 bits; `write` leaves the bits of floats.
+/// The statistics of a component, in the memory of its ZtConnectedComponents::Component.
 struct Record {
     std::int32_t alias;
     std::uint32_t numVoxels;
     std::uint32_t mark;
-    std::uint32_t sums[3];
+    float sums[3];
 };
 
-/// The bits above 32 of the sums of a large component.
-struct Carry {
+/// The sums of a component that a float cannot hold exactly.
+struct LargeSums {
     /// 0 in a free entry.
     Run label;
-    std::uint32_t high[3];
+    std::uint64_t sums[3];
 };
 
 /// What `write` needs beside the volume.
@@ -99,10 +98,10 @@ struct Writing {
     int labelBytes;
     /// Out: one per component and, as entry 0, one for the background.
     Record* records;
-    /// A hash table of free entries; numCarries is a power of 2 and at least twice the number of
-    /// components that can have sums of more than 32 bits.
-    Carry* carries;
-    Run numCarries;
+    /// A hash table of free entries; numLarge is a power of 2 and at least twice the number of
+    /// components that can have a sum of 2^24 or more.
+    LargeSums* large;
+    Run numLarge;
     /// The root of a component whose counts are found as the total minus the others; kNoRun for
     /// none. Pays where most runs are of one component.
     Run dominant;

@@ -113,6 +113,9 @@ private:
         } else if (volume_.field) {
             group.starts = group.rows[0];
             group.any = group.rows[0] = full_;
+            group.field =
+                volume_.field + (static_cast<std::ptrdiff_t>(group.z) * volume_.grid.ny + group.y) *
+                                    volume_.grid.nx;
         } else {
             group.any = group.rows[0];
         }
@@ -261,7 +264,7 @@ private:
 
     const Volume& volume_;
     const Writing& writing_;
-    Counter counter_;
+    Counter<kGrouping> counter_;
     Label* labels_;
     int words_;
     std::ptrdiff_t sliceWords_;

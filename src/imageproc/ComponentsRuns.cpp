@@ -19,6 +19,8 @@ Grouping bestGrouping(const Request& request, const Neighbourhood& reach) {
 
 /// The root of the component that has most of the runs of a sample; kNoRun when none has.
 Run findDominant(const Volume& volume) {
+    if (volume.field)
+        return kNoRun;
     constexpr Run kSamples = 1021;
     const Run step = volume.numRuns / kSamples + 1;
     Run candidate = kNoRun;
@@ -35,15 +37,13 @@ Run findDominant(const Volume& volume) {
     return votes > static_cast<int>(kSamples / 8) ? candidate : kNoRun;
 }
 
-/// The size of a table for the components that may have a sum of 2^32 or more: along each axis all
-/// voxels together have no more than `total`, so no more of them than fit into it.
-Run carriesFor(const Grid& grid, std::uint32_t numComponents) {
+/// The size of a table for the components that may have a sum of 2^24 or more: along each axis no
+/// more of them than that fits into the sum of all voxels.
+Run largeSumsFor(const Grid& grid, std::uint32_t numComponents) {
     const double numVoxels = static_cast<double>(grid.nx) * grid.ny * grid.nz;
     double most = 0;
-    for (const int n : {grid.nx, grid.ny, grid.nz}) {
-        const double total = numVoxels * (n - 1.0) / 2;
-        most += std::floor(total / 4294967296.0);
-    }
+    for (const int n : {grid.nx, grid.ny, grid.nz})
+        most += std::floor(numVoxels * (n - 1.0) / 2 / (1 << 24));
     Run size = 2;
     while (size < 2 * std::min<double>(most, numComponents))
         size *= 2;
@@ -101,15 +101,15 @@ public:
 
     void write(ComponentList& list) {
         WorkArray<unsigned char> scratch(kernels_.writeBytes(volume_));
-        const Run numCarries = carriesFor(volume_.grid, numComponents_);
-        WorkArray<Carry> carries(numCarries);
-        std::memset(carries.data(), 0, numCarries * sizeof(Carry));
+        const Run numLarge = largeSumsFor(volume_.grid, numComponents_);
+        WorkArray<LargeSums> large(numLarge);
+        std::memset(large.data(), 0, numLarge * sizeof(LargeSums));
         reserve(list, numComponents_);
         list.resize(static_cast<int>(numComponents_) + 1);
         static_assert(sizeof(Record) == sizeof(ZtConnectedComponents::Component));
         kernels_.write(volume_, {request_.labels, request_.labelBytes,
-                                 reinterpret_cast<Record*>(list.dataPtr()), carries.data(),
-                                 numCarries, findDominant(volume_), scratch.data()});
+                                 reinterpret_cast<Record*>(list.dataPtr()), large.data(), numLarge,
+                                 findDominant(volume_), scratch.data()});
     }
 
     std::uint32_t numComponents() const { return numComponents_; }
