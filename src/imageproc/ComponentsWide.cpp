@@ -172,32 +172,32 @@ struct Ops {
 
     static void spread(std::uint16_t* out, Word bits, Word starts, const std::uint16_t* current,
                        int blocks) {
-        for (int i = 0; i < blocks; ++i, bits >>= 8, starts >>= 8) {
-            current += starts & 1;
-            const unsigned later = starts >> 1 & 127;
-            const __m128i labels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(current));
-            const __m128i shuffle = _mm_or_si128(loadTable(kShuffles.places[later]),
-                                                 loadTable(kShuffles.blanks[bits & 255]));
+        for (int i = 0; i < blocks; ++i) {
+            const std::uint16_t* const first = current + startedBy(starts, i);
+            const __m128i labels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first));
+            const __m128i shuffle = _mm_or_si128(loadTable(kShuffles.places[later(starts, i)]),
+                                                 loadTable(kShuffles.blanks[bits >> 8 * i & 255]));
             _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 8 * i),
                              _mm_shuffle_epi8(labels, shuffle));
-            current += count(later);
         }
     }
 
     static void spread(std::uint32_t* out, Word bits, Word starts, const std::uint32_t* current,
                        int blocks) {
-        for (int i = 0; i < blocks; ++i, bits >>= 8, starts >>= 8) {
-            current += starts & 1;
-            const unsigned later = starts >> 1 & 127;
-            const __m256i places = _mm256_cvtepu8_epi32(loadEight(kPlaces.of[later]));
-            const __m256i kept = _mm256_cvtepi8_epi32(loadEight(kKept.of[bits & 255]));
-            const __m256i labels = _mm256_permutevar8x32_epi32(load(current), places);
-            store(out + 8 * i, _mm256_and_si256(labels, kept));
-            current += count(later);
+        for (int i = 0; i < blocks; ++i) {
+            const __m256i labels = load(current + startedBy(starts, i));
+            const __m256i places = _mm256_cvtepu8_epi32(loadEight(kPlaces.of[later(starts, i)]));
+            const __m256i kept = _mm256_cvtepi8_epi32(loadEight(kKept.of[bits >> 8 * i & 255]));
+            store(out + 8 * i, _mm256_and_si256(_mm256_permutevar8x32_epi32(labels, places), kept));
         }
     }
 
 private:
+    /// How many runs start up to the first voxel of block i of a word, which ones start at its
+    /// others.
+    static int startedBy(Word starts, int i) { return count(starts & ((Word{2} << 8 * i) - 1)); }
+    static Word later(Word starts, int i) { return starts >> (8 * i + 1) & 127; }
+
     static Word signs(__m256i eight) {
         return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(eight)));
     }
