@@ -1,5 +1,6 @@
 // Labelling against its plain form, against the time that reading and writing alone take, against
 // itself on larger grids and into fresh memory, and against scipy.ndimage.
+#include <malloc.h>
 #include <ztlib/ZtConnectedComponents.h>
 
 #include <cstdio>
@@ -191,14 +192,14 @@ double scipySeconds(const Volume& volume, int connectivity, int& count) {
 
 template <class Label>
 void addAgainstScipy(const Volume& volume, int connectivity, double bar) {
-    const auto work = std::make_shared<Work<Label>>(volume, connectivity);
     const std::string name = volume.name + ", connectivity " + std::to_string(connectivity) +
                              ", against scipy.ndimage.label";
     benchmark::RegisterBenchmark(
         name.c_str(),
-        [work, bar](benchmark::State& state) {
+        [=](benchmark::State& state) {
+            Work<Label> work(volume, connectivity);
             int count = 0;
-            const double peer = scipySeconds(work.volume, work.connectivity, count);
+            const double peer = scipySeconds(volume, connectivity, count);
             if (peer == 0) {
                 state.SkipWithError("scipy is not installed");
                 return;
@@ -237,9 +238,12 @@ void addWorkSpace(const Volume& volume, int connectivity) {
         volume.name + ", connectivity " + std::to_string(connectivity) + ", work space";
     benchmark::RegisterBenchmark(
         name.c_str(),
-        [work](benchmark::State& state) {
+        [=](benchmark::State& state) {
+            Work<std::uint16_t> work(volume, connectivity);
+            work.label();
             double peak = 0;
             for (auto _ : state) {
+                malloc_trim(0);                                 // gives back what is free
                 std::ofstream("/proc/self/clear_refs") << "5";  // makes the peak the current size
                 const double before = processStatus("VmRSS:");
                 work.label();

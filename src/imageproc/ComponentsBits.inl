@@ -5,17 +5,23 @@
 namespace components {
 namespace {
 
-/// The first `count` (1 to 64) elements at p as bits of `predicate`, which reads 64 elements. Reads
-/// the `before` elements before p where they help to read within the array.
+/// The words of a row of nx elements: bits of `predicate`, which reads 64 elements, for all of
+/// them.
 template <class T, class Predicate>
-inline Word bitsOf(const T* p, int count, int before, const Predicate& predicate) {
-    if (count == 64)
-        return predicate(p);
-    if (before + count >= 64)
-        return predicate(p + count - 64) >> (64 - count);
+inline void findBits(const T* row, int nx, Word* bits, const Predicate& predicate) {
+    const int wholeWords = nx / 64;
+    for (int w = 0; w < wholeWords; ++w)
+        bits[w] = predicate(row + 64 * w);
+    const int rest = nx % 64;
+    if (rest == 0)
+        return;
+    if (wholeWords > 0) {
+        bits[wholeWords] = predicate(row + nx - 64) >> (64 - rest);
+        return;
+    }
     T padded[64] = {};
-    std::memcpy(padded, p, static_cast<std::size_t>(count) * sizeof(T));
-    return predicate(padded) & ~(~Word{0} << count);
+    std::memcpy(padded, row, static_cast<std::size_t>(rest) * sizeof(T));
+    bits[0] = predicate(padded) & ~(~Word{0} << rest);
 }
 
 template <class T>
@@ -25,20 +31,13 @@ void thresholdElements(const Request& request, const Grid& grid, Word* bits, Wor
     const T upper = static_cast<T>(request.upper);
     const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(grid.ny) * grid.nz;
     for (std::ptrdiff_t r = 0; r < rows; ++r, row += grid.nx, bits += grid.words) {
-        for (int w = 0; w < grid.words; ++w) {
-            const int x = 64 * w;
-            const int count = grid.nx - x < 64 ? grid.nx - x : 64;
-            bits[w] =
-                bitsOf(row + x, count, x, [lower](const T* p) { return Ops::atLeast(p, lower); });
-            if (!marks)
-                continue;
-            marks[w] = 0;
-            if (bits[w])
-                marks[w] = bits[w] & bitsOf(row + x, count, x,
-                                            [upper](const T* p) { return Ops::atLeast(p, upper); });
-        }
-        if (marks)
-            marks += grid.words;
+        findBits(row, grid.nx, bits, [lower](const T* p) { return Ops::atLeast(p, lower); });
+        if (!marks)
+            continue;
+        findBits(row, grid.nx, marks, [upper](const T* p) { return Ops::atLeast(p, upper); });
+        for (int w = 0; w < grid.words; ++w)
+            marks[w] &= bits[w];
+        marks += grid.words;
     }
 }
 
