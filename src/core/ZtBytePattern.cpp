@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <type_traits>
 
 ZtBytePattern::ZtBytePattern(int n, const int* sizes, const int* byteStrides)
     : counts{}, strides{}, nLevels(1) {
@@ -80,23 +81,82 @@ void BytePatternIterator::advance(int steps) {
     offset_ += lastStep_;
 }
 
-void ztmemcpy(void* target, const ZtBytePattern& targetPattern, const void* source,
-              const ZtBytePattern& sourcePattern) {
+namespace {
+
+/// Copies as many bytes as both innermost levels have side by side; `Size` is that of the elements
+/// that the steps count, 0 for runs of bytes.
+template <std::size_t Size>
+void copySteps(unsigned char* out, const unsigned char* in, std::ptrdiff_t steps,
+               std::ptrdiff_t outStride, std::ptrdiff_t inStride) {
+    if constexpr (Size == 0)
+        std::memmove(out, in, static_cast<std::size_t>(steps));
+    else
+        for (std::ptrdiff_t i = 0; i < steps; ++i)
+            std::memcpy(out + i * outStride, in + i * inStride, Size);
+}
+
+template <std::size_t Size>
+void copyAlong(unsigned char* target, const ZtBytePattern& targetPattern,
+               const unsigned char* source, const ZtBytePattern& sourcePattern) {
     BytePatternIterator to(targetPattern);
     BytePatternIterator from(sourcePattern);
-    const std::ptrdiff_t toStride = targetPattern.strides[0];
-    const std::ptrdiff_t fromStride = sourcePattern.strides[0];
     while (!to.isFinished() && !from.isFinished()) {
-        unsigned char* const out = static_cast<unsigned char*>(target) + to.offset();
-        const unsigned char* const in = static_cast<const unsigned char*>(source) + from.offset();
         const int steps = std::min(to.stepsLeft(), from.stepsLeft());
-        if (toStride == 1 && fromStride == 1) {
-            std::memmove(out, in, static_cast<std::size_t>(steps));
-        } else {
-            for (std::ptrdiff_t i = 0; i < steps; ++i)
-                out[i * toStride] = in[i * fromStride];
-        }
+        copySteps<Size>(target + to.offset(), source + from.offset(), steps,
+                        targetPattern.strides[0], sourcePattern.strides[0]);
         to.advance(steps);
         from.advance(steps);
+    }
+}
+
+/// The size of the elements of which the runs of both patterns consist, 0 if that is no small power
+/// of 2.
+int elementSize(const ZtBytePattern& a, const ZtBytePattern& b) {
+    if (a.strides[0] != 1 || b.strides[0] != 1)
+        return 1;
+    const int size = std::min(a.counts[0], b.counts[0]);
+    const bool isPowerOf2 = size >= 2 && size <= 16 && (size & (size - 1)) == 0;
+    return isPowerOf2 && std::max(a.counts[0], b.counts[0]) % size == 0 ? size : 0;
+}
+
+/// The same bytes with elements of `size` bytes as the steps of the innermost level.
+ZtBytePattern inElements(ZtBytePattern pattern, int size) {
+    if (pattern.counts[0] > size || pattern.nLevels == 1) {
+        pattern.counts[0] /= size;
+        pattern.strides[0] = size;
+    } else {
+        --pattern.nLevels;
+        std::copy_n(pattern.counts + 1, pattern.nLevels, pattern.counts);
+        std::copy_n(pattern.strides + 1, pattern.nLevels, pattern.strides);
+    }
+    return pattern;
+}
+
+}  // namespace
+
+void ztmemcpy(void* target, const ZtBytePattern& targetPattern, const void* source,
+              const ZtBytePattern& sourcePattern) {
+    auto* const to = static_cast<unsigned char*>(target);
+    const auto* const from = static_cast<const unsigned char*>(source);
+    const int size = elementSize(targetPattern, sourcePattern);
+    // Elements of selections with steps between them are as common as rows, and too short for a
+    // call each.
+    const auto copyElements = [=, &targetPattern, &sourcePattern](auto constant) {
+        copyAlong<constant>(to, inElements(targetPattern, constant), from,
+                            inElements(sourcePattern, constant));
+    };
+    switch (size) {
+        case 0:
+            return copyAlong<0>(to, targetPattern, from, sourcePattern);
+        case 1:
+            return copyAlong<1>(to, targetPattern, from, sourcePattern);
+        case 2:
+            return copyElements(std::integral_constant<int, 2>());
+        case 4:
+            return copyElements(std::integral_constant<int, 4>());
+        case 8:
+            return copyElements(std::integral_constant<int, 8>());
+        default:
+            return copyElements(std::integral_constant<int, 16>());
     }
 }
