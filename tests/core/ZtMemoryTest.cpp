@@ -58,24 +58,6 @@ TEST(ZtMemory, ExhaustionThrowsAndLeavesTheOldBlock) {
     ztfree(block);
 }
 
-TEST(ZtMemory, TheWatchCountsAndFails) {
-    AllocationWatch watch;
-    void* const first = ztmalloc(8);
-    watch.failAfter(1);
-    void* const second = ztmalloc(8);
-    EXPECT_EQ(2, watch.calls());
-    EXPECT_THROW(ztrealloc(second, 99), ZtMemoryException);
-    ztfree(ztmalloc(1));
-    watch.failAfter(0, AllocationWatch::kFromThenOn);
-    EXPECT_THROW(ztmalloc(1), ZtMemoryException);
-    EXPECT_THROW(ztmalloc(1), ZtMemoryException);
-    watch.stopFailing();
-    EXPECT_EQ(2, watch.liveBlocks());
-    ztfree(first);
-    EXPECT_EQ(nullptr, ztrealloc(second, 0));
-    EXPECT_EQ(0, watch.liveBlocks());
-}
-
 TEST(ZtMemoryException, NamesTheSizeOfTheRequest) {
     EXPECT_STREQ("could not allocate enough memory", ZtMemoryException().what());
     EXPECT_EQ(0u, ZtMemoryException().getNumBytes());
