@@ -38,6 +38,8 @@ endfunction()
 function(ztlib_configure_library target)
     ztlib_compile_options(${target})
     target_compile_features(${target} PUBLIC cxx_std_17)
+    # Calls from the library to itself need not go through a table that a program could change.
+    target_compile_options(${target} PRIVATE $<$<NOT:$<PLATFORM_ID:Windows>>:-fno-semantic-interposition>)
     target_include_directories(${target}
         PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>

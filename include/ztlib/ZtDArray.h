@@ -16,27 +16,22 @@
 
 namespace zt_detail {
 
-/// A buffer and the number of elements it holds: the bitwise complement of that number, which is
-/// negative, if the array has adopted the buffer and so does not know the true size of the block.
+/// A buffer and the number of elements it holds.
 struct ArrayBuffer {
     void* data;
     int max;
 };
 
-/// How many bytes a buffer has at least that the array has made for itself.
-extern ZTLIB_API const int kSmallestBlock;
-
 /// The part of the array's work that does not depend on the element type. Buffers go in and out by
 /// value, so that the compiler may keep a local array in registers.
 struct ZTLIB_API ArrayMemory {
-    /// Makes room for `needed` elements, if there is not enough: the capacity becomes the larger of
+    /// Makes room for `needed` elements, more than there are: the capacity becomes the larger of
     /// `needed` and 1.5 x `size`, rounded down. Throws `ZtMemoryException`, and changes nothing,
     /// when memory is exhausted or the capacity beyond what 31 bits number.
-    static ArrayBuffer grow(void* data, int max, int size, long long needed,
-                            std::size_t elementSize);
+    static ArrayBuffer grow(void* data, int size, long long needed, std::size_t elementSize);
 
     /// Makes the capacity exactly `newMax`; 0 frees the buffer.
-    static ArrayBuffer setMax(void* data, int max, int newMax, std::size_t elementSize);
+    static ArrayBuffer setMax(void* data, int newMax, std::size_t elementSize);
 
     /// Moves the last `moved` bytes of a block to its front (or the first ones to its end), and the
     /// others after (or before) them. Takes a buffer of `moved` bytes.
@@ -91,11 +86,11 @@ public:
     int size() const { return size_; }
     std::size_t dataSizeInBytes() const { return bytes(size_); }
     /// Returns the capacity.
-    int getMax() const { return max_ < 0 ? ~max_ : max_; }
+    int getMax() const { return max_; }
     bool isEmptyArray() const { return size_ == 0; }
     bool isNotEmptyArray() const { return size_ != 0; }
     bool isValidIndex(int i) const { return 0 <= i && i < size_; }
-    bool isConsistent() const { return getMax() >= size_; }
+    bool isConsistent() const { return max_ >= 0 && max_ >= size_; }
 
     /// Returns an element; expects a valid index. Of a 64-bit index the low 32 bits count.
     T& operator[](int i) { return at(i); }
@@ -247,7 +242,6 @@ private:
 
     bool isOwn(const T* element) const;
     void growTo(long long needed);
-    void growByOne();
     void setBuffer(zt_detail::ArrayBuffer buffer) {
         data_ = static_cast<T*>(buffer.data);
         max_ = buffer.max;
@@ -260,7 +254,7 @@ private:
     int bisect(const T& value, Compare compare, int& lo, int hi) const;
 
     int size_ = 0;
-    int max_ = 0;  // negative for an adopted buffer, see ArrayBuffer
+    int max_ = 0;
     T* data_ = nullptr;
 };
 
@@ -291,7 +285,7 @@ ZtDArray<T, N>& ZtDArray<T, N>::operator=(const ZtDArray& other) {
     if (this == &other)
         return *this;
     const int n = other.size_ < 0 ? 0 : other.size_;
-    if (n > getMax())
+    if (n > max_)
         growTo(n);
     if constexpr (kIsPlain) {
         if (n > 0)
@@ -309,21 +303,19 @@ ZtDArray<T, N>& ZtDArray<T, N>::operator=(const ZtDArray& other) {
 
 template <class T, int N>
 void ZtDArray<T, N>::setRawData(int n, T* data) {
-    size_ = data && n > 0 ? n : 0;
-    max_ = ~size_;
+    size_ = max_ = data && n > 0 ? n : 0;
     data_ = data;
 }
 
 template <class T, int N>
 void ZtDArray<T, N>::release() {
-    size_ = 0;
-    max_ = 0;
+    size_ = max_ = 0;
     data_ = nullptr;
 }
 
 template <class T, int N>
 int ZtDArray<T, N>::remax(int newMax, int newSize) {
-    const int oldMax = getMax();
+    const int oldMax = max_;
     const int oldSize = size_;
     if (newMax < 0)
         newMax = size_;
@@ -331,7 +323,7 @@ int ZtDArray<T, N>::remax(int newMax, int newSize) {
         newSize = size_;
     const int capacity = newMax > newSize ? newMax : newSize;
     if (capacity != oldMax)
-        setBuffer(zt_detail::ArrayMemory::setMax(data_, max_, capacity, sizeof(T)));
+        setBuffer(zt_detail::ArrayMemory::setMax(data_, capacity, sizeof(T)));
     size_ = newSize;
     prepareRawSlots(oldSize, newSize - oldSize);
     return oldMax - capacity;
@@ -345,7 +337,7 @@ int ZtDArray<T, N>::resize(int n) {
         truncate(n);
         return n;
     }
-    if (n > getMax())
+    if (n > max_)
         growTo(n);
     prepareRawSlots(size_, n - size_);
     return size_ = n;
@@ -354,7 +346,7 @@ int ZtDArray<T, N>::resize(int n) {
 template <class T, int N>
 int ZtDArray<T, N>::appendSpace(int n) {
     const long long wanted = static_cast<long long>(size_) + n;
-    if (wanted > getMax())
+    if (wanted > max_)
         growTo(wanted);
     // Subtracting the smallest number of all does not fit.
     const long long firstNew =
@@ -412,7 +404,7 @@ inline int ZtDArray<T, N>::push(const T& value) {
         // The value may be an own element, and is better kept in a register.
         const T copy = value;
         if (size_ >= max_)
-            growByOne();
+            growTo(size_ + 1LL);
         ::new (static_cast<void*>(data_ + size_)) T(copy);
     } else {
         if (size_ >= max_)
@@ -675,7 +667,7 @@ template <class T, int N>
 void ZtDArray<T, N>::insertMemory(int pos, int n) {
     ZT_REQUIRE(0 <= pos && pos <= size_);
     const long long needed = static_cast<long long>(size_) + n;
-    if (needed > getMax())
+    if (needed > max_)
         growTo(needed);
     if (pos < size_)
         moveBytes(data_ + pos + n, data_ + pos, size_ - pos);
@@ -728,17 +720,7 @@ bool ZtDArray<T, N>::isOwn(const T* element) const {
 
 template <class T, int N>
 inline void ZtDArray<T, N>::growTo(long long needed) {
-    setBuffer(zt_detail::ArrayMemory::grow(data_, max_, size_, needed, sizeof(T)));
-}
-
-/// Makes room at the end of a full array. The first steps of growth are done here, without a call.
-template <class T, int N>
-inline void ZtDArray<T, N>::growByOne() {
-    const long long grown = size_ < 2 ? size_ + 1LL : size_ + size_ / 2LL;
-    if (max_ > 0 && grown * static_cast<long long>(sizeof(T)) <= zt_detail::kSmallestBlock)
-        max_ = static_cast<int>(grown);
-    else
-        growTo(size_ + 1LL);
+    setBuffer(zt_detail::ArrayMemory::grow(data_, size_, needed, sizeof(T)));
 }
 
 /// Destroys the elements from index `n` on, all of them if it is negative.

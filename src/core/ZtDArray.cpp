@@ -2,83 +2,59 @@
 #include <ztlib/ZtDArray.h>
 
 #include <algorithm>
+#include <bit>
 #include <climits>
 #include <cstdint>
 #include <cstring>
+
+#include "platform/PlatformMemory.h"
 
 namespace zt_detail {
 
 namespace {
 
-// Small arrays lie in blocks of few sizes, and grow inside them: the first steps of growth, 1, 2,
-// 3, 4, 6 elements, would cost a call of the heap each, which gives no smaller blocks anyway.
-// Checked builds ask for the exact size, so that a sanitizer sees where the capacity ends.
-#if defined(ZTLIB_CHECKED)
-constexpr bool kHasSmallBlocks = false;
-#else
-constexpr bool kHasSmallBlocks = true;
-#endif
-constexpr std::size_t kSmallBlocks[] = {24, 56, 120};
+// Blocks up to this size are asked for in steps of doubling, less what the heap keeps before each,
+// and arrays then grow inside them: each of the first steps of growth, 1, 2, 3, 4, 6 elements,
+// would cost a call of the heap else.
+constexpr std::size_t kMostRounded = 4096;
+constexpr std::size_t kHeapHeader = sizeof(std::size_t);
 
-std::size_t blockSize(std::size_t bytes) {
-    if (kHasSmallBlocks)
-        for (const std::size_t size : kSmallBlocks)
-            if (bytes <= size)
-                return size;
-    return bytes;
+std::size_t roundedUp(std::size_t bytes) {
+    return bytes + kHeapHeader > kMostRounded ? bytes
+                                              : std::bit_ceil(bytes + kHeapHeader) - kHeapHeader;
 }
 
-bool isSmallBlock(std::size_t size) {
-    return kHasSmallBlocks && size <= kSmallBlocks[2];
-}
-
-/// Changes between two sizes of small blocks. The heap serves them faster by size than it resizes
-/// them.
-void* moveSmallBlock(void* old, std::size_t oldSize, std::size_t size) {
-    void* const block = ztmalloc(size);
-    // Constants, so that no call or loop remains.
-    if (std::min(oldSize, size) == kSmallBlocks[0])
-        std::memcpy(block, old, kSmallBlocks[0]);
-    else
-        std::memcpy(block, old, kSmallBlocks[1]);
-    ztfree(old);
-    return block;
-}
-
-ArrayBuffer resized(void* data, int max, int newMax, std::size_t elementSize) {
+std::size_t bytesFor(long long count, std::size_t elementSize) {
     std::size_t bytes;
-    if (__builtin_mul_overflow(static_cast<std::size_t>(newMax), elementSize, &bytes))
+    if (count > INT_MAX ||
+        __builtin_mul_overflow(static_cast<std::size_t>(count), elementSize, &bytes))
         ztThrowMemoryException(SIZE_MAX);
-    const std::size_t block = blockSize(bytes);
-    if (!data)
-        return {ztmalloc(block), newMax};
-    if (max > 0 && isSmallBlock(block)) {
-        const std::size_t oldBlock = blockSize(static_cast<std::size_t>(max) * elementSize);
-        if (block == oldBlock)
-            return {data, newMax};
-        if (isSmallBlock(oldBlock))
-            return {moveSmallBlock(data, oldBlock, block), newMax};
-    }
-    return {ztrealloc(data, block), newMax};
+    return bytes;
 }
 
 }  // namespace
 
-const int kSmallestBlock = kHasSmallBlocks ? static_cast<int>(kSmallBlocks[0]) : 0;
-
-ArrayBuffer ArrayMemory::grow(void* data, int max, int size, long long needed,
-                              std::size_t elementSize) {
-    if (max < 0 && ~max >= needed)
-        return {data, max};
+ArrayBuffer ArrayMemory::grow(void* data, int size, long long needed, std::size_t elementSize) {
     const long long capacity = std::max(needed, size + size / 2LL);
-    if (capacity > INT_MAX)
-        ztThrowMemoryException(SIZE_MAX);
-    return resized(data, max, static_cast<int>(capacity), elementSize);
+    const std::size_t bytes = bytesFor(capacity, elementSize);
+    const int max = static_cast<int>(capacity);
+    if (!data)
+        return {ztmalloc(roundedUp(bytes)), max};
+    const std::size_t held = platform::usableSize(data);
+    if (bytes <= held)
+        return {data, max};
+    if (bytes > kMostRounded)
+        return {ztrealloc(data, bytes), max};
+    // The heap serves small blocks faster by size than it resizes them.
+    void* const block = ztmalloc(roundedUp(bytes));
+    std::memcpy(block, data, std::min(held, static_cast<std::size_t>(size) * elementSize));
+    ztfree(data);
+    return {block, max};
 }
 
-ArrayBuffer ArrayMemory::setMax(void* data, int max, int newMax, std::size_t elementSize) {
+ArrayBuffer ArrayMemory::setMax(void* data, int newMax, std::size_t elementSize) {
     if (newMax > 0)
-        return resized(data, max, newMax, elementSize);
+        return {ztrealloc(data, bytesFor(newMax, elementSize)), newMax};
     ztfree(data);
     return {nullptr, 0};
 }

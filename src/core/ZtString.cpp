@@ -51,7 +51,13 @@ ZtString::ZtString(const char* text, int start, int count) {
     assign(n == 0 ? nullptr : text + start, static_cast<std::size_t>(n));
 }
 
-ZtString::ZtString(const ZtString& other) : ZtString(other.getString(), 0, other.length()) {}
+ZtString::ZtString(const ZtString& other) : ZtHandable(), ZtDArray<char, 1>() {
+    const int n = other.length();
+    char* const copy = static_cast<char*>(ztmalloc(static_cast<std::size_t>(n) + 1));
+    std::memcpy(copy, other.getString(), static_cast<std::size_t>(n));
+    copy[n] = '\0';
+    setRawData(n + 1, copy);
+}
 
 ZtString::ZtString(ZtString&& other) noexcept {
     swapWith(other);

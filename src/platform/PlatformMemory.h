@@ -17,4 +17,8 @@ void* allocateLarge(std::size_t count);
 /// never fails. Meant for a large block that `std::realloc` has moved.
 void adviseHugePages(void* start, std::size_t count);
 
+/// Returns how many bytes of the block may be used, at least as many as were asked for; with a
+/// sanitizer, which watches them, just as many. The block comes from `std::malloc` and its kin.
+std::size_t usableSize(void* block);
+
 }  // namespace platform

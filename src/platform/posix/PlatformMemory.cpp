@@ -1,6 +1,7 @@
 // Large blocks on huge pages, by request to the kernel.
 #include "platform/PlatformMemory.h"
 
+#include <malloc.h>
 #include <sys/mman.h>
 
 #include <cstdint>
@@ -31,6 +32,10 @@ void adviseHugePages(void* start, std::size_t count) {
     (void)start;
     (void)count;
 #endif
+}
+
+std::size_t usableSize(void* block) {
+    return malloc_usable_size(block);
 }
 
 }  // namespace platform

@@ -1,6 +1,8 @@
 // Large blocks on Windows: the runtime's heap, since large pages need a privilege there.
 #include "platform/PlatformMemory.h"
 
+#include <malloc.h>
+
 #include <cstdlib>
 
 namespace platform {
@@ -10,5 +12,9 @@ void* allocateLarge(std::size_t count) {
 }
 
 void adviseHugePages(void*, std::size_t) {}
+
+std::size_t usableSize(void* block) {
+    return _msize(block);
+}
 
 }  // namespace platform
