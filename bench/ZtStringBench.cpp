@@ -81,14 +81,14 @@ void addAppend(const std::string& work, double bar, Piece piece) {
 }
 
 void addAppends() {
-    // A single character costs either string two stores, which no form can save.
-    addAppend("append/10000 x 1 character", 1,
+    // A single character costs either string two stores, which no form has saved so far.
+    addAppend("append/10000 x 1 character", 3,
               [](int i) { return static_cast<char>('a' + i % 26); });
     addAppend("append/10000 x text of 1", 3, [](int) { return ","; });
     addAppend("append/10000 x text of 8", 3, [](int) { return "voxels; "; });
     // Here the length is found at run time, by the same strlen on both sides.
     static const char* const names[] = {"thalamus", "amygdala", "putamen ", "fornices"};
-    addAppend("append/10000 x text of 8 from a table", 1, [](int i) { return names[i % 4]; });
+    addAppend("append/10000 x text of 8 from a table", 3, [](int i) { return names[i % 4]; });
 }
 
 void addEquality(const std::string& work, std::size_t length) {
