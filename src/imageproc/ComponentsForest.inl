@@ -30,6 +30,12 @@ public:
         numRoots_ += count;
     }
 
+    /// Adds a run that is a tree of its own to the tree of a run before it.
+    void adopt(Run run, Run before) {
+        parents_[run] = root(before);
+        --numRoots_;
+    }
+
     void unite(Run a, Run b) {
         if (parents_[a] == parents_[b])
             return;
@@ -124,6 +130,18 @@ public:
         }
     }
 
+    /// The same where the run of g is still a tree of its own at each bit.
+    void adopt(Word links, const GroupRuns& g, const GroupRuns& h, int w) {
+        const Word gStarts = g.starts[w], hStarts = h.starts[w];
+        const Run gBase = g.base[w] - 1, hBase = h.base[w] - 1;
+        while (links) {
+            const Word upTo = links ^ (links - 1);
+            links &= links - 1;
+            forest_.adopt(gBase + static_cast<Run>(Ops::count(gStarts & upTo)),
+                          hBase + static_cast<Run>(Ops::count(hStarts & upTo)));
+        }
+    }
+
     Forest& forest() { return forest_; }
     const Forest& forest() const { return forest_; }
 
@@ -166,6 +184,23 @@ private:
     GroupRuns* runs_;
     Run* base_;
     Forest forest_;
+};
+
+/// Finds, word by word along a row, the first of some bits in each run of foreground.
+class FirstInRun {
+public:
+    /// Which of `bits` are the first in their runs. Adding a run's first voxel to its voxels
+    /// without a bit carries to the first one with a bit.
+    Word of(Word bits, Word any, Word starts) {
+        const Word bare = any & ~bits;
+        const Word withStarts = bare + starts;
+        const Word sum = withStarts + open_;
+        open_ = withStarts < bare || sum < withStarts;
+        return sum & bits;
+    }
+
+private:
+    Word open_ = 0;  // 1 when the run that reaches the next word has had no bit yet
 };
 
 /// Spreads each bit of a stretch towards the stretch's start, over up to seven columns. A bit of

@@ -124,33 +124,49 @@ private:
         return recent_.addGroup([&](int w) { return lower(w) | upper(w); });
     }
 
+    /// Links the runs of g at the bits of `links` with those of h that started last, those at the
+    /// bits of `right` with those that start next. `kFresh` tells that those of g have no links
+    /// yet.
+    template <bool kFresh>
+    void linkWord(Word links, Word right, const GroupRuns& g, const GroupRuns& h, int w,
+                  FirstInRun& first) {
+        if constexpr (kFresh) {
+            const Word firsts = first.of(links, g.any[w], g.starts[w]);
+            recent_.adopt(firsts, g, h, w);
+            links &= ~firsts;
+        }
+        recent_.unite(links, g, h, w);
+        recent_.unite(right, g, h, w, 1);
+    }
+
     /// Links single rows: one link where a stretch that both have begins, and one where they touch
     /// diagonally only. Stretches with a column of `implied` are linked already.
-    template <bool kDiagonal, class Implied>
+    template <bool kDiagonal, bool kFresh, class Implied>
     void linkRows(const GroupRuns& g, const GroupRuns& h, const Implied& implied) {
         const Line a{g.any}, b{h.any};
+        FirstInRun first;
         Word carry = 0;
         for (int w = 0; w < words_; ++w) {
             const Word both = a(w) & b(w);
             Word links = both & ~(both << 1 | carry);
             links &= ~spreadToStart(both & implied(w), both & both >> 1);
             carry = both >> 63;
+            Word right = 0;
             if constexpr (kDiagonal) {
                 const Word only = a(w) & ~b(w);
                 links |= only & shiftedUp(b, w) & ~shiftedUp(a, w);
-                recent_.unite(only & shiftedDown(b, w, words_) & ~shiftedDown(a, w, words_), g, h,
-                              w, 1);
+                right = only & shiftedDown(b, w, words_) & ~shiftedDown(a, w, words_);
             }
-            recent_.unite(links, g, h, w);
+            linkWord<kFresh>(links, right, g, h, w, first);
         }
     }
 
-    template <class Implied>
+    template <bool kFresh = false, class Implied>
     void linkRows(Reach reach, const GroupRuns& g, const GroupRuns& h, const Implied& implied) {
         if (reach == Reach::kDiagonal)
-            linkRows<true>(g, h, implied);
+            linkRows<true, kFresh>(g, h, implied);
         else if (reach == Reach::kStraight)
-            linkRows<false>(g, h, implied);
+            linkRows<false, kFresh>(g, h, implied);
     }
 
     void linkRow(int y, int z) {
@@ -158,7 +174,7 @@ private:
         const Neighbourhood& reach = volume_.reach;
         const GroupRuns& g = recent_.runs(0);
         if (y > 0)
-            linkRows(reach.y, g, recent_.runs(1), none);
+            linkRows<true>(reach.y, g, recent_.runs(1), none);
         if (z == 0 || reach.z == Reach::kNone)
             return;
         // Where the rows before both have foreground too, these four are linked through them.
@@ -176,14 +192,16 @@ private:
     /// bit to its columns without contact carries a bit there. Contacts beside the stretches are
     /// between the end of one run and the start of another: those links are the only ones of their
     /// runs.
-    template <class Contact>
+    template <bool kFresh = false, class Contact>
     void linkGroups(const GroupRuns& g, const GroupRuns& h, const Contact& contact) {
         const Line gAny{g.any}, hAny{h.any};
+        FirstInRun firstLinks;
         Word previous = 0;
         Word open = 0;  // 1 when the stretch that reaches the next word has no contact yet
         for (int w = 0; w < words_; ++w) {
             if (!gAny(w)) {
                 previous = open = 0;
+                firstLinks = {};
                 continue;
             }
             const Touch touch = contact(w);
@@ -196,11 +214,12 @@ private:
             previous = both >> 63;
             Word links = sum & same;
             const Word beside = ~hAny(w);
+            Word right = touch.right & beside;
             if (touch.left & beside)
                 links |= touch.left & beside & ~shiftedUp(gAny, w);
-            if (touch.right & beside)
-                recent_.unite(touch.right & beside & ~shiftedDown(gAny, w, words_), g, h, w, 1);
-            recent_.unite(links, g, h, w);
+            if (right)
+                right &= ~shiftedDown(gAny, w, words_);
+            linkWord<kFresh>(links, right, g, h, w, firstLinks);
         }
     }
 
@@ -211,8 +230,8 @@ private:
         const GroupRuns& g = recent_.runs(0);
         const Line first{row(y, z)}, second{row(y + 1, z)}, above{row(y - 1, z)};
         if (group > 0) {
-            linkGroups(g, recent_.runs(1),
-                       [&](int w) { return diagonalTouch(first, above, w, words); });
+            linkGroups<true>(g, recent_.runs(1),
+                             [&](int w) { return diagonalTouch(first, above, w, words); });
         }
         if (z == 0 || reach.z == Reach::kNone)
             return;
