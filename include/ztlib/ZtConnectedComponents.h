@@ -28,13 +28,14 @@ class ZtProgressInterface;
 /// and returns -1; the voxels before the one that was one too many carry their labels and the list
 /// holds their components. An array of labels that the call has allocated is zero from there on.
 ///
-/// Cost: linear in the number of voxels. Work space beyond input and labels, all released on
-/// return: 8 bytes per 64 voxels of a row (a part of 64 counts as 64), twice that where marked
-/// voxels are counted; 4 bytes per stretch of foreground voxels in a row (connectivity 4 and 6, and
-/// label fields), in a pair of rows (8, 10, 18) or in 2 x 2 rows (26); 32 bytes per component; and
-/// as much as a few rows of labels, for connectivity 6 and above two slices of one bit per voxel.
-/// An unconnected grid and a labelling that comes within reach of its limit take up to 48 bytes per
-/// voxel more.
+/// Cost: linear in the number of voxels. Work space beyond input and labels, released on return: 8
+/// bytes per 64 voxels of a row (a part of 64 counts as 64), twice that where the thresholds
+/// differ; 4 bytes per stretch of foreground voxels in a row (connectivity 4 and 6, and stretches
+/// of one value in label fields), in a pair of rows (8, 10, 18) or in 2 x 2 rows (26); as much as
+/// three slices of one bit per voxel and a row of labels; and up to 128 bytes per component that
+/// could have voxel coordinates summing up to 2^24 or more. A grid without connectivity, and one
+/// that passes its limit, take up to 64 bytes per voxel instead. A grid of more than 2^31 - 1
+/// stretches counts as exhausted memory.
 ///
 /// Errors: exhausted memory throws ZtMemoryException; the labels given and the list are then as
 /// they were. The functions keep no state: threads may label different grids at the same time.
