@@ -403,11 +403,11 @@ inline int ZtDArray<T, N>::push(const T& value) {
     if constexpr (kIsPlain && sizeof(T) <= 16) {
         // The value may be an own element, and is better kept in a register.
         const T copy = value;
-        if (size_ >= max_)
+        if (__builtin_expect(size_ >= max_, false))
             growTo(size_ + 1LL);
         ::new (static_cast<void*>(data_ + size_)) T(copy);
     } else {
-        if (size_ >= max_)
+        if (__builtin_expect(size_ >= max_, false))
             return pushGrowing(value);
         ::new (static_cast<void*>(data_ + size_)) T(value);
     }
