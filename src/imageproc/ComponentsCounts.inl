@@ -8,7 +8,7 @@ namespace {
 /// A group of rows while its labels are written. Row dy + 2 * dz lies at y + dy, z + dz.
 struct BandGroup {
     int y, z;
-    /// How many rows there are in y and in z, 1 or 2; the others are without foreground.
+    /// How many rows there are in y and in z; those that the grouping takes beyond are empty.
     int numY, numZ;
     const Word* rows[4];
     const Word* marks[4];

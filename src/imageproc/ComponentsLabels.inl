@@ -87,14 +87,15 @@ private:
         group.numY = grid.ny - group.y < kRowsY ? 1 : kRowsY;
         group.numZ = grid.nz - group.z < kRowsZ ? 1 : kRowsZ;
         const std::ptrdiff_t first = (static_cast<std::ptrdiff_t>(z) * grid.ny + group.y) * words_;
-        for (int r = 0; r < 4; ++r) {
-            const int dy = r & 1, dz = r >> 1;
-            const bool isThere = dy < group.numY && dz < group.numZ;
-            const std::ptrdiff_t row = first + (dz ? sliceWords_ : 0) + (dy ? words_ : 0);
-            group.rows[r] = isThere ? volume_.bits + row : volume_.zeros;
-            group.marks[r] = !volume_.marks ? nullptr
-                             : isThere      ? volume_.marks + row
-                                            : volume_.zeros;
+        for (int dz = 0; dz < kRowsZ; ++dz) {
+            for (int dy = 0; dy < kRowsY; ++dy) {
+                const bool isThere = dy < group.numY && dz < group.numZ;
+                const std::ptrdiff_t row = first + (dz ? sliceWords_ : 0) + (dy ? words_ : 0);
+                group.rows[dy + 2 * dz] = isThere ? volume_.bits + row : volume_.zeros;
+                group.marks[dy + 2 * dz] = !volume_.marks ? nullptr
+                                           : isThere      ? volume_.marks + row
+                                                          : volume_.zeros;
+            }
         }
         findRuns(group, static_cast<std::ptrdiff_t>(inBand) * words_);
     }
@@ -107,9 +108,12 @@ private:
         group.starts = starts;
         group.fresh = fresh_ + place;
         group.base = base_ + place;
-        if (kGrouping != Grouping::kRows) {
+        if (kGrouping == Grouping::kBlocks) {
             for (int w = 0; w < words_; ++w)
                 any[w] = group.rows[0][w] | group.rows[1][w] | group.rows[2][w] | group.rows[3][w];
+        } else if (kGrouping == Grouping::kPairs) {
+            for (int w = 0; w < words_; ++w)
+                any[w] = group.rows[0][w] | group.rows[1][w];
         } else if (volume_.field) {
             group.starts = group.rows[0];
             group.any = group.rows[0] = full_;
@@ -119,12 +123,15 @@ private:
         } else {
             group.any = group.rows[0];
         }
-        Run count = 0;
-        Word carry = 0;
-        for (int w = 0; w < words_; ++w) {
-            if (!volume_.field)
+        if (!volume_.field) {
+            Word carry = 0;
+            for (int w = 0; w < words_; ++w) {
                 starts[w] = group.any[w] & ~(group.any[w] << 1 | carry);
-            carry = group.any[w] >> 63;
+                carry = group.any[w] >> 63;
+            }
+        }
+        Run count = 0;
+        for (int w = 0; w < words_; ++w) {
             group.base[w] = count;
             count += static_cast<Run>(Ops::count(group.starts[w]));
         }
