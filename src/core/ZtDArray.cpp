@@ -13,15 +13,20 @@ namespace zt_detail {
 
 namespace {
 
-// Blocks up to this size are asked for in steps of doubling, less what the heap keeps before each,
-// and arrays then grow inside them: each of the first steps of growth, 1, 2, 3, 4, 6 elements,
-// would cost a call of the heap else.
+// Blocks from the least to the most of these sizes are asked for in steps of doubling, and arrays
+// then grow inside them: each of the first steps of growth, 1, 2, 3, 4, 6 elements, would cost a
+// call of the heap else.
+constexpr std::size_t kLeastBlock = 64;
 constexpr std::size_t kMostRounded = 4096;
+// Blocks up to this size are served faster by size than they are resized.
+constexpr std::size_t kMostMoved = 512;
+// What the heap keeps before each block.
 constexpr std::size_t kHeapHeader = sizeof(std::size_t);
 
 std::size_t roundedUp(std::size_t bytes) {
-    return bytes + kHeapHeader > kMostRounded ? bytes
-                                              : std::bit_ceil(bytes + kHeapHeader) - kHeapHeader;
+    if (bytes + kHeapHeader > kMostRounded)
+        return bytes;
+    return std::bit_ceil(std::max(bytes + kHeapHeader, kLeastBlock)) - kHeapHeader;
 }
 
 std::size_t bytesFor(long long count, std::size_t elementSize) {
@@ -43,9 +48,8 @@ ArrayBuffer ArrayMemory::grow(void* data, int size, long long needed, std::size_
     const std::size_t held = platform::usableSize(data);
     if (bytes <= held)
         return {data, max};
-    if (bytes > kMostRounded)
-        return {ztrealloc(data, bytes), max};
-    // The heap serves small blocks faster by size than it resizes them.
+    if (bytes > kMostMoved)
+        return {ztrealloc(data, roundedUp(bytes)), max};
     void* const block = ztmalloc(roundedUp(bytes));
     std::memcpy(block, data, std::min(held, static_cast<std::size_t>(size) * elementSize));
     ztfree(data);
