@@ -42,6 +42,11 @@ public:
     unsigned nBits() const { return nBits_; }
     unsigned size() const { return nBits_; }
 
+    /// The words, null when there are none, and their number.
+    unsigned* words() { return words_; }
+    const unsigned* words() const { return words_; }
+    unsigned nWords() const { return nWords_; }
+
     /// Bytes of all words.
     unsigned memSize() const { return nWords_ * 4; }
 

@@ -21,7 +21,7 @@ public:
     unsigned countTokens() const;
 
 private:
-    unsigned char separators_[32] = {};  // a set of characters
+    unsigned separators_[8];  // a bit for each character
     std::string text_;
     std::size_t start_;
     std::size_t end_;

@@ -22,10 +22,6 @@ protected:
 
 private:
     friend class ZtStringTokenizer;
-    int isSeparator(char c) const {
-        return static_cast<int>(separators_[static_cast<unsigned char>(c)]);
-    }
 
-    ZtBitfield separators_;
-    unsigned char stops_[32] = {};  // the set of separators, quote and backslash: what ends a run
+    ZtBitfield separators_;  // one bit for each character
 };

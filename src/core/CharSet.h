@@ -1,34 +1,33 @@
 // A set of characters and the search for the next one in it.
 #pragma once
 
-namespace charset {
+/// A set of characters: character c is bit c % 32, counted from the least significant one, of word
+/// c / 32, as in a `ZtBitfield` of 256 bits.
+struct CharSet {
+    static constexpr int kWords = 8;
 
-/// The bytes of a set: character c is bit c / 16 % 8 of byte c / 128 * 16 + c % 16, so that sixteen
-/// characters are looked up at a time.
-inline constexpr int kBytes = 32;
+    unsigned words[kWords] = {};
 
-constexpr int byteOf(char c) {
-    const auto code = static_cast<unsigned char>(c);
-    return code / 128 * 16 + code % 16;
-}
-constexpr int bitOf(char c) {
-    return static_cast<unsigned char>(c) / 16 % 8;
-}
+    /// The characters of a zero-terminated text.
+    explicit constexpr CharSet(const char* text) {
+        for (; *text != '\0'; ++text)
+            words[wordOf(*text)] |= bitOf(*text);
+    }
+    /// The union of this set and one that is given by its words.
+    CharSet operator|(const unsigned* others) const {
+        CharSet result = *this;
+        for (int i = 0; i < kWords; ++i)
+            result.words[i] |= others[i];
+        return result;
+    }
 
-constexpr void add(unsigned char* set, char c) {
-    set[byteOf(c)] = static_cast<unsigned char>(set[byteOf(c)] | 1 << bitOf(c));
-}
+    static constexpr bool contains(const unsigned* words, char c) {
+        return (words[wordOf(c)] & bitOf(c)) != 0;
+    }
+    /// The first character of [p, last) that is in the set, or `last`.
+    static const char* find(const unsigned* words, const char* p, const char* last);
 
-constexpr void addAll(unsigned char* set, const char* text) {
-    for (; *text != '\0'; ++text)
-        add(set, *text);
-}
-
-constexpr bool contains(const unsigned char* set, char c) {
-    return (set[byteOf(c)] >> bitOf(c) & 1) != 0;
-}
-
-/// The first character of [p, last) that is in the set, or `last`.
-const char* find(const unsigned char* set, const char* p, const char* last);
-
-}  // namespace charset
+private:
+    static constexpr int wordOf(char c) { return static_cast<unsigned char>(c) / 32; }
+    static constexpr unsigned bitOf(char c) { return 1u << static_cast<unsigned char>(c) % 32; }
+};

@@ -3,24 +3,26 @@
 
 #include "core/CharSet.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 constexpr std::size_t kNone = std::string::npos;
 
 // The offset of the first character at or after `from` that is no separator, or kNone.
-std::size_t findToken(const unsigned char* separators, const std::string& text, std::size_t from) {
-    while (from < text.size() && charset::contains(separators, text[from]))
+std::size_t findToken(const unsigned* separators, const std::string& text, std::size_t from) {
+    while (from < text.size() && CharSet::contains(separators, text[from]))
         ++from;
     return from < text.size() ? from : kNone;
 }
 
 // The offset of the first separator at or after `from`, or kNone.
-std::size_t findSeparator(const unsigned char* separators, const std::string& text,
-                          std::size_t from) {
+std::size_t findSeparator(const unsigned* separators, const std::string& text, std::size_t from) {
     if (from >= text.size())
         return kNone;
     const char* const last = text.data() + text.size();
-    const char* const found = charset::find(separators, text.data() + from, last);
+    const char* const found = CharSet::find(separators, text.data() + from, last);
     return found == last ? kNone : static_cast<std::size_t>(found - text.data());
 }
 
@@ -28,8 +30,9 @@ std::size_t findSeparator(const unsigned char* separators, const std::string& te
 
 ZtStdStringTokenizer::ZtStdStringTokenizer(const std::string& text, const char* separators)
     : text_(text) {
-    static_assert(sizeof separators_ == charset::kBytes);
-    charset::addAll(separators_, separators == nullptr ? " \f\n\r\t\v" : separators);
+    const CharSet set(separators == nullptr ? " \f\n\r\t\v" : separators);
+    static_assert(sizeof separators_ == sizeof set.words);
+    std::copy(std::begin(set.words), std::end(set.words), separators_);
     start_ = findToken(separators_, text_, 0);
     end_ = findSeparator(separators_, text_, start_);
 }

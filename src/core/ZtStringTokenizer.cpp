@@ -19,15 +19,8 @@ bool isEscape(char c) {
     return c == '"' || c == '\\';
 }
 
-struct Stops {
-    unsigned char set[charset::kBytes] = {};
-};
-
-constexpr Stops kSpaceStops = [] {
-    Stops stops;
-    charset::addAll(stops.set, " \t\n\v\f\r\"\\");
-    return stops;
-}();
+constexpr CharSet kEscapes("\"\\");
+constexpr CharSet kSpaceStops(" \t\n\v\f\r\"\\");
 
 // Writes the token that stands at [p, end) without its quotes and escapes; returns its end.
 char* unquote(char* out, const char* p, const char* end) {
@@ -82,16 +75,18 @@ void ZtStringTokenizer::setText(const char* text, int length) {
 }
 
 ZtString& ZtStringTokenizer::nextToken() {
-    // Where `isSpace` is not overridden, the token's end is looked up instead of asked for.
+    // Where `isSpace` is known, not overridden, the token's end is looked up instead of asked for.
     if (&typeid(*this) == &typeid(ZtStringTokenizer))
         return readToken(&ascii::isSpace, [](const char* p, const char* last) {
-            return charset::find(kSpaceStops.set, p, last);
+            return CharSet::find(kSpaceStops.words, p, last);
         });
     if (&typeid(*this) == &typeid(ZtStringTokenizerGeneral)) {
-        const auto& general = static_cast<const ZtStringTokenizerGeneral&>(*this);
-        return readToken([&general](char c) { return general.isSeparator(c); },
-                         [&general](const char* p, const char* last) {
-                             return charset::find(general.stops_, p, last);
+        const unsigned* const separators =
+            static_cast<const ZtStringTokenizerGeneral&>(*this).separators_.words();
+        const CharSet stops = kEscapes | separators;
+        return readToken([separators](char c) { return CharSet::contains(separators, c); },
+                         [&stops](const char* p, const char* last) {
+                             return CharSet::find(stops.words, p, last);
                          });
     }
     return readToken([this](char c) { return isSpace(c); },

@@ -1,8 +1,6 @@
 // ZtStringTokenizerGeneral: its separators; tokens are read by the base.
 #include <ztlib/ZtStringTokenizerGeneral.h>
 
-#include "core/CharSet.h"
-
 ZtStringTokenizerGeneral::ZtStringTokenizerGeneral(const ZtString& text, const char* separators)
     : ZtStringTokenizerGeneral(nullptr, separators) {
     *this = text;
@@ -11,12 +9,9 @@ ZtStringTokenizerGeneral::ZtStringTokenizerGeneral(const ZtString& text, const c
 // The base is built without a text: it must not skip before the separators are known.
 ZtStringTokenizerGeneral::ZtStringTokenizerGeneral(const char* text, const char* separators)
     : separators_(256, ZtBitfield::INIT_CLEAR) {
-    static_assert(sizeof stops_ == charset::kBytes);
     separators = separators == nullptr ? "" : separators;
     for (const char* p = separators; *p != '\0'; ++p)
         separators_.set(static_cast<unsigned char>(*p));
-    charset::addAll(stops_, separators);
-    charset::addAll(stops_, "\"\\");
     *this = text;
 }
 
@@ -28,5 +23,5 @@ ZtStringTokenizerGeneral& ZtStringTokenizerGeneral::operator=(
     const ZtStringTokenizerGeneral& other) = default;
 
 int ZtStringTokenizerGeneral::isSpace(char c) {
-    return isSeparator(c);
+    return static_cast<int>(separators_[static_cast<unsigned char>(c)]);
 }

@@ -10,7 +10,7 @@
 #include <ztlib/ZtHandle.h>
 #include <ztlib/ZtMemoryException.h>
 #include <ztlib/ZtProgressInterface.h>
-#include <ztlib/ZtStringTokenizer.h>
+#include <ztlib/ZtStringTokenizerGeneral.h>
 #include <ztlib/ZtTypeInfo.h>
 #include <ztlib/ZtTypedObject.h>
 #include <ztlib/ZtTypedPointer.h>
@@ -52,6 +52,7 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(Handle, 8, 16),
              SIZE_OF(ZtString, 24, 32),
              SIZE_OF(ZtStringTokenizer, 40, 56),
+             SIZE_OF(ZtStringTokenizerGeneral, 52, 72),
              SIZE_OF(ZtBitfield, 12, 16),
              SIZE_OF(ZtException, 28, 40),
              SIZE_OF(ZtMemoryException, 32, 48),
