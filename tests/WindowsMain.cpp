@@ -21,8 +21,8 @@ void NTAPI whenThreadStarts(PVOID, DWORD reason, PVOID) {
 }  // namespace
 
 // The linker collects the callbacks of a program in this section.
-extern "C" __attribute__((section(".CRT$XLY"), used)) const PIMAGE_TLS_CALLBACK
-    ztTestsThreadCallback = whenThreadStarts;
+extern "C" __attribute__((section(".CRT$XLY"), used))
+const PIMAGE_TLS_CALLBACK ztTestsThreadCallback = whenThreadStarts;
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);

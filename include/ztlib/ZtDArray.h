@@ -29,6 +29,8 @@ struct ZTLIB_API ArrayMemory {
     /// `needed` and 1.5 x `size`, rounded down. Throws `ZtMemoryException`, and changes nothing,
     /// when memory is exhausted or the capacity beyond what 31 bits number.
     static ArrayBuffer grow(void* data, int size, long long needed, std::size_t elementSize);
+    /// The same for one element more, which the caller's loop need not count.
+    static ArrayBuffer growByOne(void* data, int size, std::size_t elementSize);
 
     /// Makes the capacity exactly `newMax`; 0 frees the buffer.
     static ArrayBuffer setMax(void* data, int newMax, std::size_t elementSize);
@@ -242,6 +244,7 @@ private:
 
     bool isOwn(const T* element) const;
     void growTo(long long needed);
+    void growByOne() { setBuffer(zt_detail::ArrayMemory::growByOne(data_, size_, sizeof(T))); }
     void setBuffer(zt_detail::ArrayBuffer buffer) {
         data_ = static_cast<T*>(buffer.data);
         max_ = buffer.max;
@@ -401,11 +404,13 @@ int ZtDArray<T, N>::append(int n, const T* source) {
 template <class T, int N>
 inline int ZtDArray<T, N>::push(const T& value) {
     if constexpr (kIsPlain && sizeof(T) <= 16) {
-        // The value may be an own element, and is better kept in a register.
-        const T copy = value;
-        if (__builtin_expect(size_ >= max_, false))
-            growTo(size_ + 1LL);
-        ::new (static_cast<void*>(data_ + size_)) T(copy);
+        if (__builtin_expect(size_ >= max_, false)) {
+            const T copy = value;  // it may be an own element
+            growByOne();
+            ::new (static_cast<void*>(data_ + size_)) T(copy);
+        } else {
+            ::new (static_cast<void*>(data_ + size_)) T(value);
+        }
     } else {
         if (__builtin_expect(size_ >= max_, false))
             return pushGrowing(value);
@@ -419,10 +424,10 @@ int ZtDArray<T, N>::pushGrowing(const T& value) {
     const T* source = &value;
     if (isOwn(source)) {
         const std::ptrdiff_t s = source - data_;
-        growTo(size_ + 1LL);
+        growByOne();
         source = data_ + s;
     } else {
-        growTo(size_ + 1LL);
+        growByOne();
     }
     ::new (static_cast<void*>(data_ + size_)) T(*source);
     // Last, since a value that owns this array has just been copied with it.

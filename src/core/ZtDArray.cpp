@@ -56,6 +56,10 @@ ArrayBuffer ArrayMemory::grow(void* data, int size, long long needed, std::size_
     return {block, max};
 }
 
+ArrayBuffer ArrayMemory::growByOne(void* data, int size, std::size_t elementSize) {
+    return grow(data, size, size + 1LL, elementSize);
+}
+
 ArrayBuffer ArrayMemory::setMax(void* data, int newMax, std::size_t elementSize) {
     if (newMax > 0)
         return {ztrealloc(data, bytesFor(newMax, elementSize)), newMax};
