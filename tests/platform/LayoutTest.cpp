@@ -7,10 +7,12 @@
 #include <ztlib/ZtConnectedComponents.h>
 #include <ztlib/ZtDArray.h>
 #include <ztlib/ZtDataPointer.h>
+#include <ztlib/ZtFilename.h>
 #include <ztlib/ZtHandle.h>
 #include <ztlib/ZtMemoryException.h>
 #include <ztlib/ZtProgressInterface.h>
 #include <ztlib/ZtStringTokenizerGeneral.h>
+#include <ztlib/ZtTmpDir.h>
 #include <ztlib/ZtTypeInfo.h>
 #include <ztlib/ZtTypedObject.h>
 #include <ztlib/ZtTypedPointer.h>
@@ -57,6 +59,8 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtException, 28, 40),
              SIZE_OF(ZtMemoryException, 32, 48),
              SIZE_OF(ZtAllocator, 8, 16),
+             SIZE_OF(ZtFilename, 24, 32),
+             SIZE_OF(ZtTmpDir, 28, 40),
              SIZE_OF(ZtBytePattern, 68, 68),
              SIZE_OF(ZtTypeInfo, 16, 32),
              SIZE_OF(ZtTypedObject, 4, 8),

@@ -1,0 +1,333 @@
+// Directory queries and listings: stories, patterns against a model, and what may go wrong.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ztlib/ZtDirectory.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "FailEveryAllocation.h"
+#include "ScratchFolder.h"
+#include "platform/PlatformFaults.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Call;
+using platform::CallFaults;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Names = ZtDArray<ZtString, 1>;
+using Ticks = ZtDArray<unsigned long long, 1>;
+
+std::vector<std::string> textsOf(const Names& names) {
+    std::vector<std::string> texts;
+    for (const ZtString& name : names)
+        texts.push_back(name.getString());
+    return texts;
+}
+
+TEST(ZtDirectory, ScanSortsByBytesAndKeepsWhatTheListHeld) {
+    const ScratchFolder folder;
+    for (const char* name : {"b.log", "a.log", "C.log", ".x.log", "readme"})
+        folder.addFile(name);
+    folder.addFolder("d.log/inner");
+    const std::string path = folder.of("");
+    Names list;
+    EXPECT_EQ(5, ZtDirectory::scan(path.c_str(), list, "*.log"));
+    EXPECT_THAT(textsOf(list), ElementsAre(".x.log", "C.log", "a.log", "b.log", "d.log"));
+    list.clear();
+    list.push("c");
+    EXPECT_EQ(2, ZtDirectory::scan(path.c_str(), list, nullptr, true));
+    EXPECT_THAT(textsOf(list), ElementsAre("c", "d.log"));
+    EXPECT_EQ(-1, ZtDirectory::scan(path.c_str(), list, "nothing*"));
+    EXPECT_EQ(-1, ZtDirectory::scan(path.c_str(), list, ""));
+    EXPECT_EQ(-1, ZtDirectory::scan(folder.of("missing").c_str(), list));
+    EXPECT_EQ(-1, ZtDirectory::scan(folder.of("readme").c_str(), list));
+    EXPECT_THAT(textsOf(list), ElementsAre("c", "d.log"));
+
+    // The pattern may go on with the path, with either separator.
+    for (const char* pattern : {"d.log/*", "d.log\\i*r", "./d.log/./inn??"}) {
+        Names found;
+        EXPECT_EQ(1, ZtDirectory::scan((path + "/").c_str(), found, pattern)) << pattern;
+        EXPECT_THAT(textsOf(found), ElementsAre("inner")) << pattern;
+    }
+
+    // Where only directories are wanted, files match and are left out.
+    Names none;
+    EXPECT_EQ(0, ZtDirectory::scan(path.c_str(), none, "b*", true));
+    // The dots match, so an empty directory is not a failed search.
+    EXPECT_EQ(0, ZtDirectory::scan(folder.of("d.log/inner").c_str(), none));
+    EXPECT_EQ(2, ZtDirectory::scan(folder.of("d.log/inner").c_str(), list));
+
+    Names files, dirs;
+    files.push("m");
+    EXPECT_TRUE(ZtDirectory::scan3(path.c_str(), files, dirs, "*.log"));
+    EXPECT_THAT(textsOf(files), ElementsAre(".x.log", "C.log", "a.log", "b.log", "m"));
+    EXPECT_THAT(textsOf(dirs), ElementsAre("d.log"));
+    EXPECT_FALSE(ZtDirectory::scan3(path.c_str(), files, dirs, "nothing"));
+    EXPECT_EQ(5, files.size());
+}
+
+TEST(ZtDirectory, TheEmptyPathIsTheCurrentDirectory) {
+    const ScratchFolder folder;
+    folder.addFile("here.x");
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path());
+    Names list;
+    EXPECT_EQ(1, ZtDirectory::scan("", list, "*.x"));
+    EXPECT_EQ(1, ZtDirectory::scan(nullptr, list = Names(), "?ere.?"));
+    fs::current_path(before);
+}
+
+TEST(ZtDirectory, Scan2SortsByTheTimeOfMaking) {
+    const ScratchFolder folder;
+    const auto now = [] {
+        // 100 ns since 1601, from seconds since 1970.
+        return static_cast<unsigned long long>(
+            (std::chrono::duration_cast<std::chrono::seconds>(
+                 std::chrono::system_clock::now().time_since_epoch())
+                 .count() +
+             11644473600) *
+            10000000);
+    };
+    const unsigned long long start = now();
+    for (const char* name : {"z", "m", "a"}) {
+        folder.addFile(name);
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    }
+    folder.addFolder("0");
+    Names list;
+    list.push("old");
+    Ticks times;
+    EXPECT_EQ(4, ZtDirectory::scan2(folder.of("").c_str(), list, &times));
+    EXPECT_THAT(textsOf(list), ElementsAre("z", "m", "a", "0"));
+    ASSERT_EQ(4, times.size());
+    for (int i = 0; i < 3; ++i)
+        EXPECT_LT(times[i], times[i + 1]);
+    EXPECT_GE(times[0] + 20000000, start);
+    EXPECT_LE(times[3], now() + 20000000);
+
+    EXPECT_EQ(-1, ZtDirectory::scan2(folder.of("").c_str(), list, &times, "nothing"));
+    EXPECT_EQ(4, list.size());
+    ZtDArray<std::uint64_t, 1> standardTimes;
+    EXPECT_EQ(1, ZtDirectory::scan2(folder.of("").c_str(), list, &standardTimes, nullptr, true));
+    EXPECT_EQ(times[3], standardTimes[0]);
+    EXPECT_EQ(0, ZtDirectory::scan2(folder.of("0").c_str(), list, &times));
+    EXPECT_EQ(0, list.size() + times.size());
+    EXPECT_EQ(4, ZtDirectory::scan2(folder.of("").c_str(), list, nullptr));
+}
+
+// The plain form of the matcher.
+bool isMatch(const std::string& name, const std::string& pattern) {
+    if (pattern.empty())
+        return name.empty();
+    if (pattern[0] == '*')
+        return isMatch(name, pattern.substr(1)) ||
+               (!name.empty() && isMatch(name.substr(1), pattern));
+    return !name.empty() && (pattern[0] == '?' || pattern[0] == name[0]) &&
+           isMatch(name.substr(1), pattern.substr(1));
+}
+
+TEST(ZtDirectory, PatternsAgreeWithTheirPlainForm) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "the system's own search has more rules";
+    const ScratchFolder folder;
+    std::mt19937 random(7);
+    const auto text = [&](const char* alphabet, std::size_t letters, std::size_t most) {
+        std::string result;
+        for (std::size_t n = 1 + random() % most; n > 0; --n)
+            result += alphabet[random() % letters];
+        return result;
+    };
+    std::vector<std::string> names{".", ".."};
+    for (int i = 0; i < 60; ++i) {
+        const std::string name = text("ab.[", 4, 6);
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            folder.addFile(name);
+            names.push_back(name);
+        }
+    }
+    for (int round = 0; round < 3000; ++round) {
+        const std::string pattern = text("ab.[**??", 8, 7);
+        SCOPED_TRACE(pattern);
+        std::vector<std::string> expected;
+        bool isAnyMatch = false;
+        for (std::size_t i = 0; i < names.size(); ++i)
+            if (isMatch(names[i], pattern)) {
+                isAnyMatch = true;
+                if (i > 1)
+                    expected.push_back(names[i]);
+            }
+        std::sort(expected.begin(), expected.end());
+        Names found;
+        ASSERT_EQ(isAnyMatch ? static_cast<int>(expected.size()) : -1,
+                  ZtDirectory::scan(folder.of("").c_str(), found, pattern.c_str()));
+        ASSERT_EQ(expected, textsOf(found));
+    }
+}
+
+TEST(ZtDirectory, WhatIsMissingCountsAsADirectory) {
+    const ScratchFolder folder;
+    const std::string file = folder.addFile("f");
+    const std::string inner = folder.addFolder("d/inner");
+    struct Row {
+        std::string path;
+        bool isDirectory;
+    };
+    std::vector<Row> rows{{"", false},
+                          {file, false},
+                          {file + "/", false},
+                          {file + "\\", false},
+                          {inner, true},
+                          {inner + "//", true},
+                          {folder.of("d\\inner\\"), true},
+                          {folder.of("d") + "\\", true},
+                          {folder.of("missing"), true},
+                          {file + "/below", true}};
+    if (kNamesAreBytes) {
+        folder.addFile("d\\file");
+        folder.addFolder("e\\");
+        fs::create_symlink("d", folder.path() / "toFolder");
+        fs::create_symlink("f", folder.path() / "toFile");
+        fs::create_symlink("nowhere", folder.path() / "dangling");
+        rows.insert(rows.end(), {{"/", true},
+                                 {"//", true},
+                                 {"\\", true},
+                                 {folder.of("d\\file"), false},
+                                 {folder.of("e\\"), true},
+                                 {folder.of("toFolder"), true},
+                                 {folder.of("toFolder/"), true},
+                                 {folder.of("toFile"), false},
+                                 {folder.of("dangling"), false}});
+    } else {
+        rows.insert(rows.end(), {{"C:\\", false}, {"C:/", false}});
+    }
+    for (const Row& row : rows)
+        EXPECT_EQ(row.isDirectory, ZtDirectory::isDirectory(row.path.c_str())) << row.path;
+    EXPECT_FALSE(ZtDirectory::isDirectory(nullptr));
+    EXPECT_EQ('\\', ZtDirectory::pathDelimiter());
+}
+
+TEST(ZtDirectory, LinksToDirectoriesAreListedAsDirectories) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "making links takes a privilege";
+    const ScratchFolder folder;
+    folder.addFolder("d");
+    folder.addFolder("back\\slash/inner");
+    fs::create_symlink("d", folder.path() / "toFolder");
+    fs::create_symlink("nowhere", folder.path() / "dangling");
+    Names list;
+    EXPECT_EQ(3, ZtDirectory::scan(folder.of("").c_str(), list, nullptr, true));
+    EXPECT_THAT(textsOf(list), ElementsAre("back\\slash", "d", "toFolder"));
+    list.clear();
+    EXPECT_EQ(1, ZtDirectory::scan(folder.of("back\\slash").c_str(), list));
+    EXPECT_EQ(-1, ZtDirectory::scan(folder.of("back\\slash\\inner").c_str(), list))
+        << "no such name as it stands, nor with slashes throughout";
+}
+
+TEST(ZtDirectory, NamesMayBeLongAndNoText) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "names are 16-bit units";
+    const ScratchFolder folder;
+    std::vector<std::string> names;
+    for (const char first : {'\x80', '\xff', '\xc3'})
+        names.push_back(first + std::string(253, '\xfe') + "\x81");
+    names.push_back(std::string(255, 'n'));
+    for (const std::string& name : names)
+        folder.addFile(name);
+    std::sort(names.begin(), names.end());
+    Names list;
+    EXPECT_EQ(4, ZtDirectory::scan(folder.of("").c_str(), list));
+    EXPECT_EQ(names, textsOf(list));
+}
+
+TEST(ZtDirectory, ReadsTenThousandEntries) {
+    const ScratchFolder folder;
+    for (int i = 0; i < kManyFiles; ++i)
+        folder.addFile(std::to_string(i) + ".log");
+    Names list;
+    Ticks times;
+    EXPECT_EQ(kManyFiles, ZtDirectory::scan2(folder.of("").c_str(), list, &times, "*.log"));
+    EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+    EXPECT_EQ(kManyFiles / 10, ZtDirectory::scan(folder.of("").c_str(), list = Names(), "*7.log"));
+    EXPECT_TRUE(std::is_sorted(list.begin(), list.end()));
+}
+
+TEST(ZtDirectory, FailuresOfTheSystemLoseNothing) {
+    const ScratchFolder folder;
+    for (int i = 0; i < 6; ++i)
+        folder.addFile(std::to_string(i));
+    const std::string path = folder.of("");
+    Names list;
+    Ticks times;
+    CallFaults faults;
+    faults.fail(Call::kOpenDirectory, EACCES);
+    list.push("z");
+    EXPECT_EQ(-1, ZtDirectory::scan(path.c_str(), list));
+    faults.fail(Call::kReadDirectory, EIO);
+    EXPECT_EQ(-1, ZtDirectory::scan2(path.c_str(), list, &times));
+    EXPECT_THAT(textsOf(list), ElementsAre("z"));
+    faults.fail(Call::kReadDirectory, EIO, 5);  // three of the six at least
+    const int found = ZtDirectory::scan(path.c_str(), list);
+    EXPECT_GE(found, 4);
+    EXPECT_LE(found, 6);
+    if (kNamesAreBytes) {
+        for (const Call call : {Call::kOpenDirectory, Call::kReadDirectory, Call::kExamine}) {
+            faults.fail(call, EINTR, 0, 3);
+            EXPECT_EQ(6, ZtDirectory::scan2(path.c_str(), list, &times));
+        }
+        EXPECT_LT(0u, times[0]);
+        faults.fail(Call::kExamine, ENOENT, 1);
+        EXPECT_EQ(6, ZtDirectory::scan2(path.c_str(), list, &times)) << "a vanished entry stays";
+        EXPECT_EQ(0u, times[0]);
+        EXPECT_LT(0u, times[1]);
+    }
+    testing::internal::CaptureStdout();
+    faults.fail(Call::kFreeSpace, EACCES);
+    EXPECT_EQ(-1, ZtDirectory::freeSpace((path + "x").c_str()));
+    EXPECT_EQ(-1, ZtDirectory::freeSpace("\\no\\such\\place"));
+    std::fflush(stdout);
+    std::string directory = path;
+    directory.pop_back();
+    EXPECT_EQ("Could not determine free disk space in >" + directory +
+                  "<\nCould not determine free disk space in >/no/such<\n",
+              testing::internal::GetCapturedStdout());
+    EXPECT_LT(0, ZtDirectory::freeSpace(path.c_str()));
+    EXPECT_LT(0, ZtDirectory::freeSpace("name"));
+}
+
+TEST(ZtDirectory, ListingsSurviveFailedAllocations) {
+    const ScratchFolder folder;
+    for (int i = 0; i < 40; ++i)
+        folder.addFile(std::to_string(i) + std::string(30, 'x'));
+    const std::string path = folder.of("");
+    const auto make = [] {
+        Names list;
+        list.push("z");
+        return list;
+    };
+    const auto expectAsItWas = [](const Names& list) {
+        EXPECT_THAT(textsOf(list), ElementsAre("z"));
+    };
+    failEveryAllocation(
+        make, [&](Names& list) { ZtDirectory::scan(path.c_str(), list); }, expectAsItWas);
+    failEveryAllocation(
+        make, [&](Names& list) { ZtDirectory::scan2(path.c_str(), list); }, expectAsItWas);
+    failEveryAllocation(
+        make,
+        [&](Names& list) {
+            Names dirs;
+            ZtDirectory::scan3(path.c_str(), list, dirs);
+        },
+        expectAsItWas);
+}
+
+}  // namespace

@@ -1,0 +1,319 @@
+// Scratch directories: their names, and their removal whatever lies in them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ztlib/ZtDirectory.h>
+#include <ztlib/ZtTmpDir.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "EnvironmentVariable.h"
+#include "ScratchFolder.h"
+#include "platform/PlatformDirectory.h"
+#include "platform/PlatformFaults.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Call;
+using platform::CallFaults;
+
+// A folder that is the system's one for temporary files while it lives.
+struct SystemFolder : ScratchFolder {
+    EnvironmentVariable tmpdir{"TMPDIR", path().string()};
+    EnvironmentVariable tmp{"TMP", path().string()};
+};
+
+TEST(ZtTmpDir, NamesAreUniqueAndEndWithASlash) {
+    const SystemFolder folder;
+    const std::string system = ZtTmpDir::getSystemTmpPath();
+    EXPECT_EQ(folder.of(""), system);
+    const std::string base = folder.addFolder("base");
+    folder.addFolder("base/taken");
+    folder.addFolder("base/taken.2");
+    folder.addFile("base/taken.3");
+    folder.addFolder("q");
+    if (kNamesAreBytes)
+        fs::create_symlink("nowhere", folder.path() / "base/taken.4");
+    const fs::path before = fs::current_path();
+    fs::current_path(base);
+    struct Row {
+        std::string name;
+        std::string path;
+    };
+    std::vector<Row> rows{
+        {"", system + "tmp/"},    {"/", system + "tmp/"},
+        {"x//", system + "tmp/"}, {"../x", system + "x/"},
+        {"a/b/c", system + "c/"}, {"base", system + "base.2/"},
+        {".", system + "..2/"},   {"./", system + "..2/"},
+        {"./work/", "./work/"},   {"./taken", kNamesAreBytes ? "./taken.5/" : "./taken.4/"}};
+    if (kNamesAreBytes)  // elsewhere an absolute name begins with a drive
+        rows.insert(rows.end(), {{system + "q//", system + "q/tmp/"},
+                                 {base, system + "base.2/"},
+                                 {base + "/new", base + "/new/"},
+                                 {base + "/taken.2/", base + "/taken.2.2/"}});
+    for (const Row& row : rows)
+        EXPECT_EQ(row.path, ZtTmpDir(row.name.c_str()).str()) << row.name;
+    fs::current_path(before);
+
+    ZtTmpDir first;
+    EXPECT_EQ(system + "tmp/", first.str());
+    EXPECT_TRUE(!first.autoRemove() && first.doesExist() == 0);
+    EXPECT_NE(0, first.create());
+    EXPECT_EQ(0, first.create());
+    EXPECT_EQ(system + "tmp.2/", ZtTmpDir(nullptr).str());
+    EXPECT_NE(0, ZtTmpDir::doesExist(first.str()));
+    EXPECT_EQ(0, ZtTmpDir::doesExist(nullptr));
+    first.makeUnique(first.str() + std::strlen(first.str()) - 4);  // of its own text
+    EXPECT_EQ(system + "tmp.2/", first.str());
+    first = (system + std::string(3000, 'n')).c_str();
+    first.makeUnique();
+    EXPECT_EQ(system + std::string(3000, 'n') + "/", first.str());
+}
+
+TEST(ZtTmpDir, TheSystemsPathIsThatOfTheEnvironment) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "the system reads its own variables";
+    struct Row {
+        std::string tmpdir, tmp, temp;
+        std::string path;
+    };
+    for (const Row& row : {Row{"", "", "", "/tmp/"}, Row{"/a", "/b", "/c", "/a/"},
+                           Row{"", "\\b\\d\\", "/c", "/b/d/"}, Row{"", "", "/c/", "/c/"},
+                           Row{std::string(1022, 'x'), "", "", std::string(1022, 'x') + "/"},
+                           Row{std::string(1023, 'x'), "/b", "", "/tmp/"}}) {
+        const EnvironmentVariable tmpdir("TMPDIR", row.tmpdir);
+        const EnvironmentVariable tmp("TMP", row.tmp);
+        const EnvironmentVariable temp("TEMP", row.temp);
+        EXPECT_EQ(row.path, ZtTmpDir::getSystemTmpPath());
+    }
+}
+
+TEST(ZtTmpDir, OwnsItsTreeIfToldSo) {
+    const SystemFolder folder;
+    {
+        ZtTmpDir kept("kept", true);
+        ZtTmpDir gone("gone", true, true);
+        folder.addFile("gone/file");
+        folder.addFolder("gone/sub/sub");
+        ZtTmpDir copy(gone);
+        EXPECT_TRUE(copy.autoRemove());
+        copy.setAutoRemove(false);
+        kept = copy;
+        EXPECT_EQ(std::string(gone.str()), kept.str());
+        kept = folder.of("kept").c_str();
+        EXPECT_EQ(folder.of("kept"), kept.str());
+        ZtTmpDir never("never", false, true);
+    }
+    EXPECT_TRUE(fs::exists(folder.path() / "kept"));
+    EXPECT_FALSE(fs::exists(folder.path() / "gone"));
+}
+
+TEST(ZtTmpDir, ExclusiveOnesAreNeverShared) {
+    const SystemFolder folder;
+    std::vector<std::string> paths[4];
+    std::vector<std::thread> threads;
+    for (auto& mine : paths)
+        threads.emplace_back([&mine] {
+            for (int i = 0; i < 25; ++i)
+                mine.push_back(ZtTmpDir::createExclusive("job").str());
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    std::vector<std::string> all;
+    for (const auto& mine : paths)
+        all.insert(all.end(), mine.begin(), mine.end());
+    std::sort(all.begin(), all.end());
+    EXPECT_EQ(all.end(), std::unique(all.begin(), all.end()));
+    EXPECT_TRUE(fs::exists(all.back()));
+    if (kNamesAreBytes) {
+        EXPECT_EQ(fs::perms::owner_all, fs::status(all.back()).permissions());
+    }
+    CallFaults faults;
+    faults.fail(Call::kMakeDirectory, EEXIST);
+    EXPECT_STRNE("", ZtTmpDir::createExclusive().str());
+    faults.fail(Call::kMakeDirectory, EACCES);
+    EXPECT_STREQ("", ZtTmpDir::createExclusive().str());
+    faults.fail(Call::kMakeDirectory, EROFS);
+    EXPECT_EQ(0, ZtTmpDir("x", true).doesExist());
+}
+
+TEST(ZtTmpDirRemove, NeverFollowsALink) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "making links takes a privilege";
+    const ScratchFolder folder;
+    folder.addFile("outside/file");
+    folder.addFolder("outside");
+    folder.addFile("outside/file", "content");
+    for (const char* place : {"tree", "tree/sub", "tree/sub/sub"}) {
+        folder.addFolder(place);
+        fs::create_symlink(folder.path() / "outside", folder.path() / place / "toFolder");
+        fs::create_symlink(folder.path() / "outside/file", folder.path() / place / "toFile");
+        fs::create_symlink("..", folder.path() / place / "up");
+        fs::create_symlink("nowhere", folder.path() / place / "dangling");
+    }
+    fs::create_symlink("outside", folder.path() / "link");
+    ZtTmpDir directory;
+    for (const char* name : {"link", "link/", "outside/file", "outside/file/", "missing", ""}) {
+        directory = *name ? folder.of(name).c_str() : "";
+        EXPECT_EQ(-1, directory.remove()) << name;
+    }
+    directory = "/";
+    EXPECT_EQ(-1, directory.remove());
+    directory = folder.of("tree/").c_str();
+    EXPECT_EQ(0, directory.remove());
+    EXPECT_FALSE(fs::exists(folder.path() / "tree"));
+    EXPECT_EQ(7u, fs::file_size(folder.path() / "outside/file"));
+    EXPECT_TRUE(fs::is_symlink(folder.path() / "link"));
+}
+
+// Makes a chain of directories with a file in each.
+void makeDeepTree(const std::string& path, int depth, const std::string& name) {
+    fs::create_directory(path);
+    platform::TreeCursor cursor;
+    ASSERT_EQ(0, cursor.open(path.c_str()));
+    for (int level = 0; level < depth; ++level) {
+        ASSERT_EQ(0, cursor.makeDirectory(name.c_str(), 0777));
+        ASSERT_EQ(0, cursor.enter(name.c_str()));
+    }
+}
+
+// Keeps the largest number of descriptors that the process has open at the calls it sees.
+struct DescriptorCount {
+    long most = 0;
+
+    static long now() {
+        const fs::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    }
+    static void note(void* count) {
+        long& most = static_cast<DescriptorCount*>(count)->most;
+        most = std::max(most, now());
+    }
+};
+
+TEST(ZtTmpDirRemove, DepthCostsNeitherStackNorDescriptors) {
+    const ScratchFolder folder;
+    struct Row {
+        int depth;
+        std::string name;
+    };
+    // Paths of Windows have no more than 32767 characters, those of Wine about 4000.
+    std::vector<Row> rows{{100, "0123456789"}};
+    if (kNamesAreBytes)
+        rows = {{2000, std::string(254, '\xfe') + "\x81"}, {8000, "d"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.depth);
+        ASSERT_NO_FATAL_FAILURE(makeDeepTree(folder.of("deep"), row.depth, row.name));
+        ZtTmpDir directory;
+        directory = folder.of("deep").c_str();
+        CallFaults faults;
+        DescriptorCount count;
+        const long before = kNamesAreBytes ? DescriptorCount::now() : 0;
+        if (kNamesAreBytes)
+            faults.before(Call::kRemoveDirectory, DescriptorCount::note, &count);
+        EXPECT_EQ(0, directory.remove());
+        EXPECT_EQ(row.depth + 1, faults.calls(Call::kRemoveDirectory));
+        EXPECT_FALSE(fs::exists(folder.path() / "deep"));
+        EXPECT_LE(count.most, before + 16);
+    }
+}
+
+TEST(ZtTmpDirRemove, TenThousandFiles) {
+    const ScratchFolder folder;
+    folder.addFolder("many");
+    for (int i = 0; i < kManyFiles; ++i)
+        folder.addFile("many/" + std::to_string(i));
+    ZtTmpDir directory;
+    directory = folder.of("many/").c_str();
+    EXPECT_EQ(0, directory.remove());
+    EXPECT_FALSE(fs::exists(folder.path() / "many"));
+}
+
+TEST(ZtTmpDirRemove, TellsWhatItCouldNotRemoveAndGoesOn) {
+    const ScratchFolder folder;
+    const auto message = [&](const std::string& name, int error) {
+        return "Can't delete " + folder.of("tree/") + name + ":\n" + std::strerror(error) + "\n";
+    };
+    ZtTmpDir directory;
+    const auto remove = [&] {
+        testing::internal::CaptureStderr();
+        EXPECT_NE(0, directory.remove());
+        return testing::internal::GetCapturedStderr();
+    };
+    directory = folder.of("tree/").c_str();
+    folder.addFolder("tree/b");
+    for (const char* file : {"tree/a", "tree/b/x", "tree/b/y", "tree/c"})
+        folder.addFile(file);
+    CallFaults faults;
+    faults.fail(Call::kRemoveFile, EACCES, 1);
+    EXPECT_EQ(message("/b/x", EACCES) + message("/b", ENOTEMPTY) + message("", ENOTEMPTY),
+              remove());
+    EXPECT_TRUE(fs::exists(folder.path() / "tree/b/x"));
+    EXPECT_FALSE(fs::exists(folder.path() / "tree/b/y") || fs::exists(folder.path() / "tree/c"));
+
+    // A directory that cannot be read cannot be emptied; one that is empty goes all the same.
+    faults.fail(Call::kOpenDirectory, EACCES, 2);
+    EXPECT_EQ(message("/b", ENOTEMPTY) + message("", ENOTEMPTY), remove());
+    faults.fail(Call::kReadDirectory, EIO, 0, 100);
+    EXPECT_EQ(message("", ENOTEMPTY), remove());
+    faults.fail(Call::kReadDirectory, 0);
+    faults.fail(Call::kRemoveDirectory, EROFS, 1);
+    EXPECT_EQ(message("", EROFS), remove());
+    faults.fail(Call::kOpenDirectory, EACCES);
+    EXPECT_EQ(0, directory.remove());
+
+    // What goes meanwhile, and interruptions.
+    folder.addFolder("tree");
+    folder.addFile("tree/a");
+    std::string file = folder.addFile("tree/b");
+    faults.before(
+        Call::kRemoveFile, [](void* path) { fs::remove(*static_cast<std::string*>(path)); }, &file);
+    if (kNamesAreBytes) {
+        for (const Call call : {Call::kOpenDirectory, Call::kReadDirectory, Call::kRemoveFile})
+            faults.fail(call, EINTR, 0, 2);
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(0, directory.remove());
+    EXPECT_EQ(message("/b", ENOENT), testing::internal::GetCapturedStderr());
+}
+
+// Somebody moves a directory away while the walk is in it: the walk must not go on where the
+// directory is now.
+TEST(ZtTmpDirRemove, StopsWhenTheWayBackIsGone) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "the walk goes by paths there";
+    const ScratchFolder folder;
+    std::string path = "tree";
+    for (int level = 0; level < 20; ++level)
+        path += "/d";
+    folder.addFolder(path);
+    folder.addFile(path + "/file");
+    folder.addFolder("outside/d");
+    folder.addFile("outside/d/file", "content");
+    struct Move {
+        fs::path from, to;
+    } move{folder.path() / "tree/d/d/d", folder.path() / "outside/moved"};
+    CallFaults faults;
+    faults.before(
+        Call::kRemoveFile,
+        [](void* context) {
+            const Move& paths = *static_cast<Move*>(context);
+            fs::rename(paths.from, paths.to);
+        },
+        &move);
+    ZtTmpDir directory;
+    directory = folder.of("tree").c_str();
+    testing::internal::CaptureStderr();
+    EXPECT_NE(0, directory.remove());
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::HasSubstr("Can't delete " + folder.of("tree/d/d/d") + ":\n"));
+    EXPECT_TRUE(fs::exists(folder.path() / "outside/d/file"));
+    EXPECT_TRUE(fs::exists(folder.path() / "outside/moved"));
+}
+
+}  // namespace
