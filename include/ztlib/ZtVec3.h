@@ -2,13 +2,13 @@
 #pragma once
 
 #include <ztlib/ZtContract.h>
-#include <ztlib/ZtVecLength.h>
+#include <ztlib/ZtVecArithmetic.h>
 
 /// A point, direction or key with three components of type `T`. A plain value: no heap, trivially
 /// copyable, zero until set. Numbers and pointers do not convert to it by themselves; another
 /// element type converts on request. Integer components must not overflow.
 template <class T>
-class ZtVec3 {
+class ZtVec3 : public ZtVecArithmetic<ZtVec3<T>, T> {
 public:
     T x = 0;
     T y = 0;
@@ -16,10 +16,19 @@ public:
 
     constexpr ZtVec3() = default;
     constexpr ZtVec3(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
+    /// From the three numbers at `v`.
+    explicit constexpr ZtVec3(const T* v) : ZtVec3(v[0], v[1], v[2]) {}
+    explicit ZtVec3(decltype(nullptr)) = delete;
 
     template <class U>
     explicit constexpr ZtVec3(const ZtVec3<U>& other)
-        : x(static_cast<T>(other.x)), y(static_cast<T>(other.y)), z(static_cast<T>(other.z)) {}
+        : ZtVec3(static_cast<T>(other.x), static_cast<T>(other.y), static_cast<T>(other.z)) {}
+
+    constexpr void setValue(T xValue, T yValue, T zValue) {
+        *this = ZtVec3(xValue, yValue, zValue);
+    }
+    /// The components as an array of three.
+    constexpr const T* getValue() const { return &x; }
 
     /// Component `i`, counted from x. Expects 0 <= i < 3.
     constexpr T& operator[](int i) {
@@ -31,70 +40,25 @@ public:
         return i == 0 ? x : i == 1 ? y : z;
     }
 
-    constexpr ZtVec3& operator+=(const ZtVec3& other) {
-        x += other.x;
-        y += other.y;
-        z += other.z;
-        return *this;
-    }
-    constexpr ZtVec3& operator-=(const ZtVec3& other) {
-        x -= other.x;
-        y -= other.y;
-        z -= other.z;
-        return *this;
-    }
-    constexpr ZtVec3& operator*=(T factor) {
-        x *= factor;
-        y *= factor;
-        z *= factor;
-        return *this;
-    }
-    /// Divides component by component, so that floating-point quotients are correctly rounded.
-    constexpr ZtVec3& operator/=(T divisor) {
-        x /= divisor;
-        y /= divisor;
-        z /= divisor;
-        return *this;
-    }
-
-    constexpr ZtVec3 operator-() const { return ZtVec3(-x, -y, -z); }
-    friend constexpr ZtVec3 operator+(ZtVec3 a, const ZtVec3& b) { return a += b; }
-    friend constexpr ZtVec3 operator-(ZtVec3 a, const ZtVec3& b) { return a -= b; }
-    friend constexpr ZtVec3 operator*(ZtVec3 v, T factor) { return v *= factor; }
-    friend constexpr ZtVec3 operator*(T factor, ZtVec3 v) { return v *= factor; }
-    friend constexpr ZtVec3 operator/(ZtVec3 v, T divisor) { return v /= divisor; }
-    friend constexpr bool operator==(const ZtVec3& a, const ZtVec3& b) {
-        return a.x == b.x && a.y == b.y && a.z == b.z;
-    }
-    friend constexpr bool operator!=(const ZtVec3& a, const ZtVec3& b) { return !(a == b); }
-
-    constexpr T dot(const ZtVec3& other) const { return x * other.x + y * other.y + z * other.z; }
-
     /// The vector at right angles to both: (this, other, result) is a right-handed system.
     constexpr ZtVec3 cross(const ZtVec3& other) const {
         return ZtVec3(y * other.z - z * other.y, z * other.x - x * other.z,
                       x * other.y - y * other.x);
     }
 
-    /// The Euclidean length, computed in double precision.
-    ZtVecLength<T> length() const { return static_cast<ZtVecLength<T>>(exactLength()); }
-
-    /// Scales the vector to length 1 and returns the length that it had. A vector of length 0 stays
-    /// as it is. The length is computed in double precision and its reciprocal rounded to `T`.
-    T normalize() {
-        static_assert(std::is_floating_point_v<T>, "an integer vector has no unit vector");
-        const double length = exactLength();
-        if (length == 0)
-            return 0;
-        const double reciprocal = 1.0 / length;
-        if (reciprocal <= std::numeric_limits<T>::max())
-            *this *= static_cast<T>(reciprocal);
-        else  // so short that the reciprocal does not fit `T`, or not a number
-            *this = ZtVec3(static_cast<T>(x * reciprocal), static_cast<T>(y * reciprocal),
-                           static_cast<T>(z * reciprocal));
-        return static_cast<T>(length);
+    /// The vector of f(v.x...) and so on, component by component.
+    template <class F, class... V>
+    static constexpr ZtVec3 map(F f, const V&... v) {
+        return ZtVec3(f(v.x...), f(v.y...), f(v.z...));
     }
-
-private:
-    double exactLength() const { return std::sqrt(ztSquare(x) + ztSquare(y) + ztSquare(z)); }
+    /// The sum of f(v.x...) and so on, added in this order.
+    template <class F, class... V>
+    static constexpr auto sum(F f, const V&... v) {
+        return f(v.x...) + f(v.y...) + f(v.z...);
+    }
+    /// Whether f(v.x...) and so on all hold.
+    template <class F, class... V>
+    static constexpr bool all(F f, const V&... v) {
+        return f(v.x...) && f(v.y...) && f(v.z...);
+    }
 };

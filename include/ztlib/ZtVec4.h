@@ -2,13 +2,13 @@
 #pragma once
 
 #include <ztlib/ZtContract.h>
-#include <ztlib/ZtVecLength.h>
+#include <ztlib/ZtVecArithmetic.h>
 
 /// A point, direction or key with four components of type `T`. A plain value: no heap, trivially
 /// copyable, zero until set. Numbers and pointers do not convert to it by themselves; another
 /// element type converts on request. Integer components must not overflow.
 template <class T>
-class ZtVec4 {
+class ZtVec4 : public ZtVecArithmetic<ZtVec4<T>, T> {
 public:
     T x = 0;
     T y = 0;
@@ -18,13 +18,20 @@ public:
     constexpr ZtVec4() = default;
     constexpr ZtVec4(T xValue, T yValue, T zValue, T wValue)
         : x(xValue), y(yValue), z(zValue), w(wValue) {}
+    /// From the four numbers at `v`.
+    explicit constexpr ZtVec4(const T* v) : ZtVec4(v[0], v[1], v[2], v[3]) {}
+    explicit ZtVec4(decltype(nullptr)) = delete;
 
     template <class U>
     explicit constexpr ZtVec4(const ZtVec4<U>& other)
-        : x(static_cast<T>(other.x)),
-          y(static_cast<T>(other.y)),
-          z(static_cast<T>(other.z)),
-          w(static_cast<T>(other.w)) {}
+        : ZtVec4(static_cast<T>(other.x), static_cast<T>(other.y), static_cast<T>(other.z),
+                 static_cast<T>(other.w)) {}
+
+    constexpr void setValue(T xValue, T yValue, T zValue, T wValue) {
+        *this = ZtVec4(xValue, yValue, zValue, wValue);
+    }
+    /// The components as an array of four.
+    constexpr const T* getValue() const { return &x; }
 
     /// Component `i`, counted from x. Expects 0 <= i < 4.
     constexpr T& operator[](int i) {
@@ -36,72 +43,19 @@ public:
         return i == 0 ? x : i == 1 ? y : i == 2 ? z : w;
     }
 
-    constexpr ZtVec4& operator+=(const ZtVec4& other) {
-        x += other.x;
-        y += other.y;
-        z += other.z;
-        w += other.w;
-        return *this;
+    /// The vector of f(v.x...) and so on, component by component.
+    template <class F, class... V>
+    static constexpr ZtVec4 map(F f, const V&... v) {
+        return ZtVec4(f(v.x...), f(v.y...), f(v.z...), f(v.w...));
     }
-    constexpr ZtVec4& operator-=(const ZtVec4& other) {
-        x -= other.x;
-        y -= other.y;
-        z -= other.z;
-        w -= other.w;
-        return *this;
+    /// The sum of f(v.x...) and so on, added in this order.
+    template <class F, class... V>
+    static constexpr auto sum(F f, const V&... v) {
+        return f(v.x...) + f(v.y...) + f(v.z...) + f(v.w...);
     }
-    constexpr ZtVec4& operator*=(T factor) {
-        x *= factor;
-        y *= factor;
-        z *= factor;
-        w *= factor;
-        return *this;
-    }
-    /// Divides component by component, so that floating-point quotients are correctly rounded.
-    constexpr ZtVec4& operator/=(T divisor) {
-        x /= divisor;
-        y /= divisor;
-        z /= divisor;
-        w /= divisor;
-        return *this;
-    }
-
-    constexpr ZtVec4 operator-() const { return ZtVec4(-x, -y, -z, -w); }
-    friend constexpr ZtVec4 operator+(ZtVec4 a, const ZtVec4& b) { return a += b; }
-    friend constexpr ZtVec4 operator-(ZtVec4 a, const ZtVec4& b) { return a -= b; }
-    friend constexpr ZtVec4 operator*(ZtVec4 v, T factor) { return v *= factor; }
-    friend constexpr ZtVec4 operator*(T factor, ZtVec4 v) { return v *= factor; }
-    friend constexpr ZtVec4 operator/(ZtVec4 v, T divisor) { return v /= divisor; }
-    friend constexpr bool operator==(const ZtVec4& a, const ZtVec4& b) {
-        return a.x == b.x && a.y == b.y && a.z == b.z && a.w == b.w;
-    }
-    friend constexpr bool operator!=(const ZtVec4& a, const ZtVec4& b) { return !(a == b); }
-
-    constexpr T dot(const ZtVec4& other) const {
-        return x * other.x + y * other.y + z * other.z + w * other.w;
-    }
-
-    /// The Euclidean length, computed in double precision.
-    ZtVecLength<T> length() const { return static_cast<ZtVecLength<T>>(exactLength()); }
-
-    /// Scales the vector to length 1 and returns the length that it had. A vector of length 0 stays
-    /// as it is. The length is computed in double precision and its reciprocal rounded to `T`.
-    T normalize() {
-        static_assert(std::is_floating_point_v<T>, "an integer vector has no unit vector");
-        const double length = exactLength();
-        if (length == 0)
-            return 0;
-        const double reciprocal = 1.0 / length;
-        if (reciprocal <= std::numeric_limits<T>::max())
-            *this *= static_cast<T>(reciprocal);
-        else  // so short that the reciprocal does not fit `T`, or not a number
-            *this = ZtVec4(static_cast<T>(x * reciprocal), static_cast<T>(y * reciprocal),
-                           static_cast<T>(z * reciprocal), static_cast<T>(w * reciprocal));
-        return static_cast<T>(length);
-    }
-
-private:
-    double exactLength() const {
-        return std::sqrt(ztSquare(x) + ztSquare(y) + ztSquare(z) + ztSquare(w));
+    /// Whether f(v.x...) and so on all hold.
+    template <class F, class... V>
+    static constexpr bool all(F f, const V&... v) {
+        return f(v.x...) && f(v.y...) && f(v.z...) && f(v.w...);
     }
 };

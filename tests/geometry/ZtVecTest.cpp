@@ -44,7 +44,7 @@ TYPED_TEST(Vec, IsAPlainValueThatNothingConvertsToByItself) {
     static_assert(!std::is_convertible_v<T, TypeParam>);
     static_assert(!std::is_convertible_v<const T*, TypeParam>);
     static_assert(!std::is_constructible_v<TypeParam, T>);
-    static_assert(!std::is_constructible_v<TypeParam, const T*>);
+    static_assert(!std::is_constructible_v<TypeParam, decltype(nullptr)>);
     EXPECT_EQ(made<TypeParam>(0, 0), TypeParam());
 }
 
@@ -62,12 +62,17 @@ TYPED_TEST(Vec, ArithmeticWorksComponentByComponent) {
         EXPECT_EQ(a[i] * 3, (T(3) * a)[i]);
         EXPECT_EQ(a[i] / 3, (a / T(3))[i]);
         auto changed = a;
-        changed[i] += 1;
+        changed[i] += 2;
         EXPECT_FALSE(changed == a);
         EXPECT_TRUE(changed != a);
+        EXPECT_TRUE(changed.equals(a, 2) && a.equals(changed, 2));
+        EXPECT_FALSE(changed.equals(a, 1) || a.equals(changed, 1));
+        EXPECT_EQ(a[i], a.getValue()[i]);
         dot = static_cast<T>(dot + a[i] * b[i]);
     }
+    EXPECT_EQ(a, TypeParam(a.getValue()));
     EXPECT_EQ(dot, a.dot(b));
+    EXPECT_EQ(a.dot(a), a.length2());
     EXPECT_NEAR(std::sqrt(static_cast<double>(a.dot(a))), static_cast<double>(a.length()), 1e-5);
     ContractCapture capture;
     if (kChecked) {
