@@ -38,8 +38,8 @@ public:
 
     /// Whether no component differs by more than `tolerance`; false where one is not a number.
     constexpr bool equals(const Vec& other, T tolerance) const {
-        return Vec::all(
-            [tolerance](T a, T b) { return (a > b ? a - b : b - a) <= tolerance; }, self(), other);
+        return Vec::all([tolerance](T a, T b) { return (a > b ? a - b : b - a) <= tolerance; },
+                        self(), other);
     }
 
     constexpr T dot(const Vec& other) const {

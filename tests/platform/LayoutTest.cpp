@@ -9,8 +9,11 @@
 #include <ztlib/ZtDataPointer.h>
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtHandle.h>
+#include <ztlib/ZtMat3f.h>
+#include <ztlib/ZtMat4f.h>
 #include <ztlib/ZtMemoryException.h>
 #include <ztlib/ZtProgressInterface.h>
+#include <ztlib/ZtRotation.h>
 #include <ztlib/ZtStringTokenizerGeneral.h>
 #include <ztlib/ZtTmpDir.h>
 #include <ztlib/ZtTypeInfo.h>
@@ -78,6 +81,9 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtVec4i, 16, 16),
              SIZE_OF(ZtVec3l, 24, 24),
              SIZE_OF(ZtVec3d, 24, 24),
+             SIZE_OF(ZtMat3f, 36, 36),
+             SIZE_OF(ZtMat4f, 64, 64),
+             SIZE_OF(ZtRotation, 16, 16),
          })
         EXPECT_EQ(kHas32BitPointers ? row.with32BitPointers : row.with64BitPointers, row.actual)
             << row.name;

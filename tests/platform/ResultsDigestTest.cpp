@@ -3,7 +3,10 @@
 #include <ztlib/ZtBitfield.h>
 #include <ztlib/ZtConnectedComponents.h>
 #include <ztlib/ZtHash.h>
+#include <ztlib/ZtMat3f.h>
+#include <ztlib/ZtMat4f.h>
 #include <ztlib/ZtProgressInterface.h>
+#include <ztlib/ZtRotation.h>
 #include <ztlib/ZtString.h>
 #include <ztlib/ZtVec2f.h>
 #include <ztlib/ZtVec3d.h>
@@ -73,6 +76,52 @@ TEST(ResultsDigest, Vectors) {
         digest.add(f.x + f.y * f.z);
     }
     EXPECT_EQ(9840686235646515760u, digest.value());
+}
+
+TEST(ResultsDigest, MatricesAndRotations) {
+    Numbers numbers;
+    Digest digest;
+    const auto vector = [&numbers] {
+        return ZtVec3f{numbers.fraction() - 0.5f, numbers.fraction() - 0.5f,
+                       numbers.fraction() - 0.5f};
+    };
+    const auto addAll = [&digest](const float* values, int count) {
+        for (int i = 0; i < count; ++i)
+            digest.add(values[i]);
+    };
+    std::vector<ZtVec3f> points(37);
+    for (int i = 0; i < 2000; ++i) {
+        for (ZtVec3f& point : points)
+            point = vector();
+        ZtRotation r(points[0], 6 * numbers.fraction());
+        const ZtRotation so(points[1], points[2]);
+        ZtMat4f m;
+        m.setTransform(points[3], r, points[4], so, points[5]);
+        ZtVec3f t, s;
+        ZtRotation r2, so2;
+        m.getTransform(t, r2, s, so2);
+        m.multVecMatrix(points.data(), points.data(), static_cast<int>(points.size()));
+        addAll(points[0].getValue(), 3 * static_cast<int>(points.size()));
+        addAll(m[0], 16);
+        addAll(m.inverse()[0], 16);
+        addAll((m * m.transpose()).inverse()[0], 16);
+        digest.add(m.det4());
+        float values[3];
+        ZtVec3f vectors[3];
+        int rotations;
+        m.jacobi3(values, vectors, rotations);
+        addAll(values, 3);
+        addAll(vectors[1].getValue(), 3);
+        digest.add(rotations);
+        addAll(ZtMat3f(points[6], points[7], points[8]).inverse()[0], 9);
+        const ZtRotation path = ZtRotation::slerp(r, so, numbers.fraction());
+        for (const ZtRotation& rotation : {r, so, r2, so2, path, r * so, r *= so, so.inverse(),
+                                           ZtRotation(points[0], points[1], points[2], points[3])})
+            addAll(rotation.getValue(), 4);
+        addAll(t.getValue(), 3);
+        addAll(s.getValue(), 3);
+    }
+    EXPECT_EQ(1040739159421695433u, digest.value());
 }
 
 TEST(ResultsDigest, ConnectedComponents) {

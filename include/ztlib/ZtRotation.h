@@ -1,0 +1,105 @@
+// A rotation of space as a unit quaternion.
+#pragma once
+
+#include <ztlib/ZtContract.h>
+#include <ztlib/ZtExport.h>
+#include <ztlib/ZtMat4f.h>
+#include <ztlib/ZtVec3f.h>
+
+/// A unit quaternion, stored x, y, z, w: the vector part first, the scalar last. Rotations are
+/// right-handed: about +z, the x axis turns towards the y axis. Angles are radians. Vectors are
+/// rows, so the image of v is v M with M the rotation's matrix, and a * b turns by a first, then by
+/// b. A plain value: no heap, trivially copyable, the identity until set.
+class ZTLIB_API ZtRotation {
+public:
+    ZtRotation() = default;
+    /// The four numbers, scaled to unit length; not numbers where all are 0.
+    ZtRotation(float x, float y, float z, float w) { setValue(x, y, z, w); }
+    explicit ZtRotation(const float q[4]) { setValue(q); }
+    explicit ZtRotation(decltype(nullptr)) = delete;
+    /// Turns about `axis`, of any length, by `angle` radians. A zero axis stays zero.
+    ZtRotation(const ZtVec3f& axis, float angle) { setValue(axis, angle); }
+    /// The shortest rotation that carries the direction `from` to the direction `to`; for opposite
+    /// ones half a turn about from x X, or from x Y if that is 0. The identity if one is zero.
+    ZtRotation(const ZtVec3f& from, const ZtVec3f& to) { setValue(from, to); }
+    /// Carries fromDir onto toDir and turns about toDir until the image of fromUp meets toUp.
+    /// Expects the ups as unit vectors at right angles to their directions.
+    ZtRotation(const ZtVec3f& fromDir, const ZtVec3f& fromUp, const ZtVec3f& toDir,
+               const ZtVec3f& toUp) {
+        setValue(fromDir, fromUp, toDir, toUp);
+    }
+    /// The rotation of the upper left 3 x 3, expected to be one; the result is not normalised.
+    explicit ZtRotation(const ZtMat4f& m) { setValue(m); }
+
+    ZtRotation& setValue(float x, float y, float z, float w);
+    ZtRotation& setValue(const float q[4]) { return setValue(q[0], q[1], q[2], q[3]); }
+    ZtRotation& setValue(const ZtVec3f& axis, float angle);
+    ZtRotation& setValue(const ZtVec3f& from, const ZtVec3f& to);
+    ZtRotation& setValue(const ZtVec3f& fromDir, const ZtVec3f& fromUp, const ZtVec3f& toDir,
+                         const ZtVec3f& toUp);
+    ZtRotation& setValue(const ZtMat4f& m);
+
+    /// The quaternion as x, y, z, w.
+    const float* getValue() const { return q_; }
+    void getValue(float& x, float& y, float& z, float& w) const;
+    /// Axis and angle; (0, 0, 1) and 0 where the vector part is no longer than 1e-5.
+    void getValue(ZtVec3f& axis, float& angle) const;
+    /// The rotation's matrix.
+    void getValue(ZtMat4f& m) const {
+        const float x = q_[0], y = q_[1], z = q_[2], w = q_[3];
+        m.setValue(1 - 2 * (y * y + z * z), 2 * (x * y + w * z), 2 * (x * z - w * y), 0,  //
+                   2 * (x * y - w * z), 1 - 2 * (x * x + z * z), 2 * (y * z + w * x), 0,  //
+                   2 * (x * z + w * y), 2 * (y * z - w * x), 1 - 2 * (x * x + y * y), 0,  //
+                   0, 0, 0, 1);
+    }
+
+    /// Component `i` of x, y, z, w. Expects 0 <= i < 4.
+    float& operator[](int i) {
+        ZT_REQUIRE(i >= 0 && i < 4);
+        return q_[i];
+    }
+    float operator[](int i) const {
+        ZT_REQUIRE(i >= 0 && i < 4);
+        return q_[i];
+    }
+
+    ZtRotation& makeIdentity() { return *this = identity(); }
+    static ZtRotation identity() { return {}; }
+    /// Whether no component is NaN.
+    bool isNumber() const;
+
+    /// The conjugate divided by the squared norm.
+    ZtRotation& invert();
+    ZtRotation inverse() const { return ZtRotation(*this).invert(); }
+
+    /// this = this * q, normalised. Rounds differently than `operator*`, which is not normalised.
+    ZtRotation& operator*=(const ZtRotation& q);
+    /// The rotation by a, then by b, not normalised.
+    friend ZTLIB_API ZtRotation operator*(const ZtRotation& a, const ZtRotation& b);
+
+    /// dst = src, rotated. `src` and `dst` may be the same.
+    void multVec(const ZtVec3f& src, ZtVec3f& dst) const;
+
+    /// Multiplies the angle by f; the axis stays.
+    ZtRotation& scaleAngle(float f);
+
+    /// From a (t = 0) to b or -b (t = 1) at constant speed along the shorter arc; along the chord
+    /// where they nearly coincide. Not normalised. t may lie outside 0..1.
+    static ZtRotation slerp(const ZtRotation& a, const ZtRotation& b, float t);
+
+    /// Compares the components exactly: q and -q differ although they turn alike.
+    friend bool operator==(const ZtRotation& a, const ZtRotation& b) {
+        return a.q_[0] == b.q_[0] && a.q_[1] == b.q_[1] && a.q_[2] == b.q_[2] && a.q_[3] == b.q_[3];
+    }
+    friend bool operator!=(const ZtRotation& a, const ZtRotation& b) { return !(a == b); }
+    /// Whether no component exceeds that of q by `tolerance` or more. One-sided: components that
+    /// are smaller than q's by any amount count as equal.
+    bool equals(const ZtRotation& q, float tolerance) const;
+
+private:
+    double norm() const;
+    void normalize();
+    ZtRotation& store(double x, double y, double z, double w);
+
+    float q_[4] = {0, 0, 0, 1};
+};
