@@ -94,7 +94,7 @@ public:
 
     /// Counts the group's runs. `selected` is room for a bit per run.
     void countGroup(const BandGroup& group, Word* selected) {
-        if (writing_.dominant != kNoRun)
+        if (writing_.dominant != kNoRun && !volume_.field)
             addTotal(group);
         const Run* const labels = volume_.parents + group.firstRun;
         const int numRuns = static_cast<int>(group.numRuns);
@@ -112,6 +112,8 @@ public:
     /// Completes the records of the components 1 to `count`: rounds the large sums and gives the
     /// dominant component what the others leave.
     void finish(Run count) {
+        if (volume_.field)
+            totalOfAll();
         for (Run i = 0; i < writing_.numLarge; ++i) {
             const LargeSums& large = writing_.large[i];
             if (large.label == 0)
@@ -131,7 +133,8 @@ public:
             return;
         Record& record = writing_.records[dominant_];
         record.numVoxels = static_cast<std::uint32_t>(total_.voxels);
-        record.mark = static_cast<std::uint32_t>(total_.marked);
+        if (!volume_.field)
+            record.mark = static_cast<std::uint32_t>(total_.marked);
         round(total_.sums, record);
     }
 
@@ -253,6 +256,17 @@ private:
         for (int w = from >> 6; w <= (to - 1) >> 6; ++w)
             count += countOf(marks[w] & columnsIn(w, from, to));
         return count;
+    }
+
+    /// The total of a label field, which has all voxels.
+    void totalOfAll() {
+        const auto x = static_cast<std::uint64_t>(volume_.grid.nx);
+        const auto y = static_cast<std::uint64_t>(volume_.grid.ny);
+        const auto z = static_cast<std::uint64_t>(volume_.grid.nz);
+        total_.voxels = x * y * z;
+        total_.sums[0] = x * (x - 1) / 2 * y * z;
+        total_.sums[1] = y * (y - 1) / 2 * x * z;
+        total_.sums[2] = z * (z - 1) / 2 * x * y;
     }
 
     void addTotal(const BandGroup& group) {

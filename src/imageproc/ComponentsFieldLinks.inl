@@ -59,6 +59,8 @@ private:
         const Before before = rowBefore(hasZ, slice, grid.ny);
         const Before aboveBefore = rowBefore(hasZ && y > 0, slice + nx, grid.ny + 1);
         const Before belowBefore = rowBefore(hasZ && y + 1 < grid.ny, slice - nx, grid.ny - 1);
+        if (linkConstant(row, above, before, aboveBefore, belowBefore))
+            return;
         for (int w = 0; w < grid.words; ++w) {
             const Word starts = g.starts[w];
             const Word firstsY = starts | above.runs.starts[w];
@@ -70,23 +72,41 @@ private:
             const int x = 64 * w;
             const int count = grid.nx - x < 64 ? grid.nx - x : 64;
             const Word equalY = above.equal(row, x, count);
-            linkWord(reach.y, above, equalY, 0, row, w);
+            linkWord<true>(reach.y, above, equalY, 0, row, w);
             const Word equalZ = before.equal(row, x, count);
             if (!(firstsZ & equalZ) && reach.edge == Reach::kNone)
                 continue;
             // Three rows of one value are linked already: those two that meet in the third.
             const Word equalA = aboveBefore.equal(row, x, count);
-            linkWord(reach.z, before, equalZ, equalY & equalA, row, w);
+            linkWord<false>(reach.z, before, equalZ, equalY & equalA, row, w);
             if (reach.edge == Reach::kNone)
                 continue;
             const Word equalB = belowBefore.equal(row, x, count);
-            linkWord(reach.edge, aboveBefore, equalA, equalY | equalZ, row, w);
-            linkWord(reach.edge, belowBefore, equalB, equalZ, row, w);
+            linkWord<false>(reach.edge, aboveBefore, equalA, equalY | equalZ, row, w);
+            linkWord<false>(reach.edge, belowBefore, equalB, equalZ, row, w);
         }
     }
 
+    /// Links the row when it and the rows before it are of one value: those are linked already, so
+    /// that one link does.
+    bool linkConstant(const unsigned char* row, const Before& above, const Before& before,
+                      const Before& aboveBefore, const Before& belowBefore) {
+        const GroupRuns& g = recent_.runs(0);
+        if (g.numRuns != 1 || !above.isThere)
+            return false;
+        const auto differs = [row](const Before& other) {
+            return other.isThere && (other.runs.numRuns != 1 || other.field[0] != row[0]);
+        };
+        if (differs(above) || differs(before) || differs(aboveBefore) || differs(belowBefore))
+            return false;
+        recent_.forest().adopt(g.base[0], above.runs.base[0]);
+        return true;
+    }
+
     /// Links the runs of a word of the row and those of another. A stretch of columns in which both
-    /// keep their values needs one link, none when it is `implied` in one of its columns.
+    /// keep their values needs one link, none when it is `implied` in one of its columns. `kFresh`
+    /// tells that runs that start in the word have no links yet.
+    template <bool kFresh>
     void linkWord(Reach reach, const Before& other, Word equal, Word implied,
                   const unsigned char* row, int w) {
         const GroupRuns& g = recent_.runs(0);
@@ -95,7 +115,13 @@ private:
         if (!firsts)
             return;
         implied &= equal;
-        recent_.unite(firsts & equal & ~spreadToStart(implied, ~(firsts >> 1)), g, h, w);
+        Word links = firsts & equal & ~spreadToStart(implied, ~(firsts >> 1));
+        if constexpr (kFresh) {
+            const Word first = firstsInRuns(links, g.starts[w]);
+            recent_.adopt(first, g, h, w);
+            links &= ~first;
+        }
+        recent_.unite(links, g, h, w);
         if (reach != Reach::kDiagonal || !other.isThere)
             return;
         // Diagonal neighbours alone can be equal where both rows change, and neither the voxels

@@ -13,6 +13,7 @@ struct GroupRuns {
     const Word* starts;
     /// The number of the last run that starts before each word, plus 1.
     const Run* base;
+    Run numRuns;
 };
 
 /// Union-find over runs. The root of a tree is its first run; a run's parent comes before it.
@@ -108,7 +109,7 @@ public:
     /// Adds the next row of a label field, given the first voxels of its runs.
     void addFieldRow(const Word* starts) {
         nextSlot();
-        number({starts, starts, base_ + slotOffset()});
+        number({starts, starts, base_ + slotOffset(), 0});
     }
 
     /// The group that was added last, or another so many before it.
@@ -160,7 +161,7 @@ private:
             starts[w] = any[w] & ~(any[w] << 1 | carry);
             carry = any[w] >> 63;
         }
-        return number({any, starts, base_ + slotOffset()});
+        return number({any, starts, base_ + slotOffset(), 0});
     }
 
     bool number(const GroupRuns& runs) {
@@ -173,6 +174,7 @@ private:
         }
         const Run count = next - forest_.numRuns();
         forest_.add(count);
+        runs_[slot_].numRuns = count;
         return count != 0;
     }
 
@@ -202,6 +204,16 @@ public:
 private:
     Word open_ = 0;  // 1 when the run that reaches the next word has had no bit yet
 };
+
+/// Finds the first of some bits in each run of a label field that starts in the word. Taking a
+/// run's first voxel from its bits, with its last voxel added, takes the lowest one away; nothing
+/// is borrowed from the next run.
+inline Word firstsInRuns(Word bits, Word starts) {
+    const Word withLasts = bits | starts >> 1 | Word{1} << 63;
+    const Word firsts = withLasts & ~(withLasts - (starts | 1));
+    const Word before = starts ? (starts & (~starts + 1)) - 1 : ~Word{0};
+    return firsts & bits & ~before;
+}
 
 /// Spreads each bit of a stretch towards the stretch's start, over up to seven columns. A bit of
 /// `joined` says that its column and the next one are of one stretch.
