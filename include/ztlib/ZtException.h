@@ -10,10 +10,10 @@
 /// Copying never throws: a copy that finds no memory for the message has an empty one.
 class ZTLIB_API ZtException {
 public:
-    explicit ZtException(const ZtString& message);
+    ZtException(const ZtString& text);
 
     /// Formats the message by the rules of `printf`; a null format gives an empty one.
-    explicit ZtException(const char* format, ...) ZT_FORMAT_CHECK(2, 3);
+    ZtException(const char* format, ...) ZT_FORMAT_CHECK(2, 3);
 
     ZtException(const ZtException& other) noexcept;
     ZtException& operator=(const ZtException& other) noexcept;
@@ -39,5 +39,5 @@ protected:
     virtual void doRaise() const;
 
     /// Mutable, since a derived `what` may write its message only when it is asked for.
-    mutable ZtString message_;
+    mutable ZtString message;
 };

@@ -19,8 +19,8 @@ ZtMemoryException::~ZtMemoryException() = default;
 
 const char* ZtMemoryException::what() const {
     writeMessage();
-    const char* const message = ZtException::what();
-    return *message ? message : kUnknownSize;
+    const char* const text = ZtException::what();
+    return *text ? text : kUnknownSize;
 }
 
 void ZtMemoryException::writeMessage() const noexcept {
@@ -29,7 +29,7 @@ void ZtMemoryException::writeMessage() const noexcept {
     char* const end = std::to_chars(text + std::strlen(text), text + sizeof text, numBytes_).ptr;
     std::strcpy(end, " bytes");
     try {
-        message_ = numBytes_ == 0 ? kUnknownSize : text;
+        message = numBytes_ == 0 ? kUnknownSize : text;
     } catch (...) {
         // No memory for the message either: `what` then gives the text that needs none.
     }

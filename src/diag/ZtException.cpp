@@ -6,9 +6,9 @@
 #include <cstdarg>
 #include <new>
 
-ZtException::ZtException() noexcept : message_(ZtString::WithoutBuffer{}) {}
+ZtException::ZtException() noexcept : message(ZtString::WithoutBuffer{}) {}
 
-ZtException::ZtException(const ZtString& message) : message_(message) {}
+ZtException::ZtException(const ZtString& text) : message(text) {}
 
 ZtException::ZtException(const char* format, ...) : ZtException() {
     if (!format)
@@ -16,7 +16,7 @@ ZtException::ZtException(const char* format, ...) : ZtException() {
     // Exhausted memory leaves the argument list open, which costs nothing on any of our systems.
     va_list arguments;
     va_start(arguments, format);
-    message_.vprintf(format, arguments);
+    message.vprintf(format, arguments);
     va_end(arguments);
 }
 
@@ -26,9 +26,9 @@ ZtException::ZtException(const ZtException& other) noexcept : ZtException() {
 
 ZtException& ZtException::operator=(const ZtException& other) noexcept {
     try {
-        message_ = other.message_;
+        message = other.message;
     } catch (...) {
-        message_.removeLast(message_.length());
+        message.removeLast(message.length());
     }
     return *this;
 }
@@ -36,8 +36,8 @@ ZtException& ZtException::operator=(const ZtException& other) noexcept {
 ZtException::~ZtException() = default;
 
 const char* ZtException::what() const {
-    const ZtString& message = message_;
-    return message.getString();
+    const ZtString& text = message;  // the other form of the getter may take memory
+    return text.getString();
 }
 
 void ZtException::raise() const {

@@ -12,7 +12,9 @@
 #include <ztlib/ZtMat3f.h>
 #include <ztlib/ZtMat4f.h>
 #include <ztlib/ZtMemoryException.h>
+#include <ztlib/ZtMessageCollector.h>
 #include <ztlib/ZtProgressInterface.h>
+#include <ztlib/ZtResult.h>
 #include <ztlib/ZtRotation.h>
 #include <ztlib/ZtStringTokenizerGeneral.h>
 #include <ztlib/ZtTmpDir.h>
@@ -27,6 +29,7 @@
 #include <ztlib/ZtVec3l.h>
 #include <ztlib/ZtVec4f.h>
 #include <ztlib/ZtVec4i.h>
+#include <ztlib/ZtWatch.h>
 
 #include <cstddef>
 #include <cstring>
@@ -51,6 +54,7 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
     using Array = ZtDArray<int>;
     using Component = ZtConnectedComponents::Component;
     using Handle = ZtHandle<ZtHandable>;
+    using CountedMessage = ZtMessageCollector::TCountedMsg;
     for (const Size& row : {
              SIZE_OF(Array, 12, 16),
              SIZE_OF(ZtHandable, 12, 16),
@@ -61,6 +65,11 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtBitfield, 12, 16),
              SIZE_OF(ZtException, 28, 40),
              SIZE_OF(ZtMemoryException, 32, 48),
+             SIZE_OF(ZtResult, 4, 8),
+             SIZE_OF(ZtResultBase, 96, 128),
+             SIZE_OF(ZtMessageCollector, 16, 24),
+             SIZE_OF(CountedMessage, 32, 48),
+             SIZE_OF(ZtWatch, 32, 40),
              SIZE_OF(ZtAllocator, 8, 16),
              SIZE_OF(ZtFilename, 24, 32),
              SIZE_OF(ZtTmpDir, 28, 40),

@@ -1,0 +1,139 @@
+// Stop watches: their times beside the standard clock's, and what they print.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ztlib/ZtWatch.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <thread>
+
+namespace {
+
+using testing::MatchesRegex;
+
+void pause() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+}
+
+// The standard's stop watch, in seconds.
+class Clock {
+public:
+    double operator()() const {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+constexpr double kTolerance = 1e-3;  // the two clocks may tick differently
+
+TEST(ZtWatch, AddsUpTheTimesThatItRuns) {
+    const Clock outer;
+    ZtWatch watch;
+    const Clock inner;
+    EXPECT_TRUE(watch.isRunning());
+    pause();
+    const double least = inner();
+    const double first = static_cast<double>(watch.stop());
+    EXPECT_GE(first, least - kTolerance);
+    EXPECT_LE(first, outer() + kTolerance);
+    EXPECT_FALSE(watch.isRunning());
+    pause();
+    EXPECT_EQ(first, static_cast<double>(watch.getTime()));
+
+    watch.cont();
+    pause();
+    const double both = static_cast<double>(watch.getTime());
+    EXPECT_GE(both, first + 0.03 - kTolerance);
+    EXPECT_LE(both, outer() + kTolerance);
+    const int msec = watch.stopMSec();
+    EXPECT_EQ(msec, watch.getTimeMSec());
+    EXPECT_GE(msec, static_cast<int>(both * 1000));
+
+    // Stopping twice counts the last run twice.
+    EXPECT_GE(static_cast<double>(watch.stop()), both + 0.03 - kTolerance);
+    watch.reset();
+    EXPECT_EQ(0.0f, watch.getTime());
+    watch.start();
+    EXPECT_LT(watch.getTimeMSec(), 30000);
+}
+
+TEST(ZtWatch, OneThatNeverRanReadsZeroAndStopsSinceItWasMade) {
+    ZtWatch(true).stop();
+    const Clock outer;
+    ZtWatch watch(false);
+    EXPECT_FALSE(watch.isRunning());
+    EXPECT_EQ(0.0f, watch.getTime());
+    pause();
+    EXPECT_EQ(0, watch.getTimeMSec());
+    EXPECT_GE(static_cast<double>(watch.stop()), 0.03 - kTolerance);
+    EXPECT_LE(static_cast<double>(watch.getTime()), outer() + kTolerance);
+}
+
+TEST(ZtWatchDeathTest, AllReadZeroBeforeTheFirstStart) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process where none has started
+    EXPECT_EXIT(
+        {
+            ZtWatch watch(false);
+            watch.cont();
+            pause();
+            const float before = watch.getTime();
+            ZtWatch(true).stop();
+            std::exit(before == 0.0f && watch.getTime() > 0.0f ? 7 : 1);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
+template <class Operation>
+std::string printed(Operation operation) {
+    testing::internal::CaptureStdout();
+    operation();
+    std::fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
+TEST(ZtWatch, ANamedOneTellsItsTime) {
+    EXPECT_THAT(printed([] {
+                    ZtWatch watch("load %d");
+                    watch.dump(7);
+                    watch.dump(-1);
+                    watch.start();
+                    watch.dump(123);
+                    pause();
+                }),
+                MatchesRegex(" --- load %d .07.: [0-9]+ msec\n"
+                             " --- load %d .-1.: [0-9]+ msec  \\(\\+ [0-9]+ ms\\)\n"
+                             " --- load %d .123.: [0-9]+ msec\n"
+                             " --- load %d: [0-9]+ msec  \\(\\+ [0-9]+ ms\\)\n"));
+    EXPECT_EQ(" --- idle: 0 msec\n --- idle: 0 msec  (+ 0 ms)\n", printed([] {
+                  ZtWatch watch("idle", false);
+                  watch.dump();
+              }));
+    EXPECT_EQ("", printed([] {
+                  ZtWatch unnamed;
+                  unnamed.dump();
+                  ZtWatch empty("");
+                  ZtWatch(static_cast<const char*>(nullptr)).dump(3);
+              }));
+    std::ostringstream stream;
+    const ZtWatch stopped(false);
+    stopped.show(stream);
+    EXPECT_EQ("Elapsed Time 0.000s\n", stream.str());
+    EXPECT_EQ(stream.str(), printed([&] { stopped.show(); }));
+}
+
+TEST(ZtWatch, CopiesShareTheName) {
+    EXPECT_EQ(" --- b: 0 msec\n --- a: 0 msec\n --- a: 0 msec\n --- a: 0 msec\n", printed([] {
+                  ZtWatch a("a", false);
+                  ZtWatch copy(a);
+                  ZtWatch b("b", false);
+                  b.dump();
+                  b = a;
+                  b = *&b;
+              }));
+}
+
+}  // namespace
