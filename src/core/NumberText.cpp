@@ -150,6 +150,11 @@ void write(char* out, int length, long long value) {
         *out = '-';
 }
 
+char* writeReal(char* out, double value, int digits) {
+    return std::to_chars(out, out + kMostRealCharacters, value, std::chars_format::general, digits)
+        .ptr;
+}
+
 bool read(const char* text, long long& value) {
     constexpr unsigned long long kMax = std::numeric_limits<long long>::max();
     while (ascii::isSpace(*text))

@@ -1,5 +1,4 @@
-// Numbers as text, the same in every locale: decimal integers are printed and read, floating-point
-// numbers are read.
+// Numbers as text, the same in every locale.
 #pragma once
 
 namespace numbertext {
@@ -9,6 +8,13 @@ int lengthOf(long long value);
 
 /// Writes that text, whose length is `length`, without a terminator.
 void write(char* out, int length, long long value);
+
+/// Room for what `writeReal` writes.
+inline constexpr int kMostRealCharacters = 32;
+
+/// Writes a floating-point number with at most `digits` (1 to 17) significant digits, as printf's
+/// "%g" does in the C locale, without a terminator. Returns the end of the text.
+char* writeReal(char* out, double value, int digits);
 
 /// Reads a decimal integer at the start of a zero-terminated text: white space, a sign, digits.
 /// Clamps it to the range of `long long`. Returns false, and 0, when there are no digits.

@@ -1,5 +1,8 @@
 // What compiled plug-ins rely on: the sizes of the public types and the order of virtual slots.
 #include <gtest/gtest.h>
+#include <ztlib/NwParamBundle.h>
+#include <ztlib/NwParamEditCheck.h>
+#include <ztlib/NwParameter.h>
 #include <ztlib/TrDeployMD5.h>
 #include <ztlib/ZtAllocator.h>
 #include <ztlib/ZtBitfield.h>
@@ -82,6 +85,10 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtDataPointer, 16, 24),
              SIZE_OF(Component, 24, 24),
              SIZE_OF(TrDeploy::MD5, 16, 16),
+             SIZE_OF(NwParamBase, 20, 40),
+             SIZE_OF(NwParameter, 32, 56),
+             SIZE_OF(NwParamBundle, 36, 64),
+             SIZE_OF(NwParamEditCheck, 4, 8),
              SIZE_OF(ZtVec2f, 8, 8),
              SIZE_OF(ZtVec3f, 12, 12),
              SIZE_OF(ZtVec4f, 16, 16),
@@ -149,6 +156,10 @@ TEST(Layout, VirtualOperationsKeepTheirSlots) {
     Handable::expectOrder();
     Tokenizer::expectOrder();
     expectSlotsFrom(0, &ZtTypedObject::getTypeId);
+    expectSlotsFrom(0, &NwParamBase::duplicate);
+    using Check = NwParamEditCheck;
+    expectSlotsFrom(2, &Check::checkRename, &Check::checkDelete, &Check::checkInsertBundle,
+                    &Check::checkInsertParam, &Check::checkSetValue);
 }
 
 }  // namespace

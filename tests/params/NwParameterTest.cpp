@@ -1,0 +1,229 @@
+// Parameters: conversion, text, change detection, own texts as arguments, exhausted memory.
+#include <gtest/gtest.h>
+#include <ztlib/NwParamBundle.h>
+#include <ztlib/NwParamEditCheck.h>
+#include <ztlib/NwParameter.h>
+#include <ztlib/ZtString.h>
+
+#include <climits>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "FailEveryAllocation.h"
+
+namespace {
+
+std::string printed(const NwParameter& parameter) {
+    ZtString text("old");
+    parameter.print(text);
+    return text.getString();
+}
+
+TEST(Parameter, ReadsAndPrintsEveryType) {
+    const unsigned char bytes[] = {0, 255};
+    const short shorts[] = {-5, 7};
+    const unsigned short ushorts[] = {65535, 1};
+    const int ints[] = {INT_MIN, 3};
+    const float floats[] = {0.1f, 1e20f};
+    const double doubles[] = {0.1, -1e-10};
+    const float complexes[] = {1.5f, -2, 3, 4};
+    struct Row {
+        ZtPrimType type;
+        const void* data;
+        const char* text;
+        int second;  // as an integer
+    };
+    const Row rows[] = {{ZtPrimType::BYTE, bytes, "0 255", 255},
+                        {ZtPrimType::SHORT, shorts, "-5 7", 7},
+                        {ZtPrimType::USHORT, ushorts, "65535 1", 1},
+                        {ZtPrimType::INT, ints, "-2147483648 3", 3},
+                        {ZtPrimType::FLOAT, floats, "0.1 1e+20", INT_MIN},
+                        {ZtPrimType::DOUBLE, doubles, "0.1 -1e-10", 0},
+                        {ZtPrimType::COMPLEX, complexes, "1.5 -2 3 4", 3},
+                        {ZtPrimType::UINT, ints, " ", 0},
+                        {ZtPrimType::SBYTE, bytes, " ", 0},
+                        {ZtPrimType::INT, nullptr, "0 0", 0},
+                        {77, ints, " ", 0}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.text + std::string(row.type.getName()));
+        const NwParameter parameter("p", 2, row.type, row.data);
+        EXPECT_EQ(row.text, printed(parameter));
+        EXPECT_EQ(row.text, printed(*std::unique_ptr<NwParameter>(parameter.duplicate())));
+        EXPECT_STREQ(row.text, parameter.getString());
+        int numbers[2];
+        parameter.getNum(numbers);
+        EXPECT_EQ(row.second, numbers[1]);
+        EXPECT_EQ(0, parameter.getNum(2));
+        EXPECT_EQ(0, parameter.getReal(-1));
+    }
+    NwParameter noText("p", 5, ZtPrimType::STRING, nullptr);
+    EXPECT_EQ(1, noText.dimension());
+    EXPECT_EQ("", printed(noText));
+    EXPECT_EQ(0, noText.getNum());
+    EXPECT_STREQ("", noText.getString());
+    noText = NwParameter(noText);
+    noText.parse("");
+    EXPECT_EQ(0, noText.isNew());
+    EXPECT_EQ(0, NwParameter("p", -3, ints).dimension());
+}
+
+TEST(Parameter, RoundsToIntegers) {
+    const std::pair<double, int> rows[] = {{2.5, 3},
+                                           {-2.7, -2},
+                                           {-0.4, 0},
+                                           {-0.6, 0},
+                                           {-1.5, -1},
+                                           {2147483646.6, INT_MAX},
+                                           {-2147483649.4, INT_MIN},
+                                           {1e10, INT_MIN},
+                                           {-1e10, INT_MIN},
+                                           {std::nan(""), INT_MIN},
+                                           {std::numeric_limits<double>::infinity(), INT_MIN}};
+    for (const auto& [value, expected] : rows)
+        EXPECT_EQ(expected, NwParameter("p", value).getNum()) << value;
+    const float almostHalf = 0.49999997f;  // single precision would make it 1 by adding 0.5
+    EXPECT_EQ(0, NwParameter("p", 1, &almostHalf).getNum());
+    EXPECT_EQ(12, NwParameter("p", "12 abc").getNum(7));
+    EXPECT_EQ(INT_MAX, NwParameter("p", "99999999999").getNum());
+    EXPECT_EQ(-7.5, NwParameter("p", " -7.5e0x").getReal(7));
+    EXPECT_EQ("2147483647 1", printed(NwParameter("p", "99999999999 1", 1)));
+}
+
+TEST(Parameter, MarksItselfAndWhatItLiesIn) {
+    NwParamBundle outer("outer");
+    NwParamBundle& inner = *outer.bundle("inner", 1);
+    inner.set("p", 3);
+    NwParameter& p = *inner.find("p");
+    struct Row {
+        const char* what;
+        std::function<void()> change;
+        int own;
+        int above;
+    };
+    const Row rows[] = {{"same value", [&] { p.set(3); }, 2 | 16, 8 | 16},
+                        {"same text", [&] { p.parse("3"); }, 0, 0},
+                        {"other text", [&] { p.parse("4"); }, 2 | 16, 8 | 16},
+                        {"itself", [&] { p = *&p; }, 0, 0},
+                        {"another", [&] { p = NwParameter("p", 4); }, 0, 8 | 16},
+                        {"touch 1", [&] { p.touch(1); }, 1 | 16, 4 | 16},
+                        {"touch 3", [&] { p.touch(3); }, 19, 28},
+                        {"touch 4", [&] { p.touch(4); }, 20, 20},
+                        {"touch 16", [&] { p.touch(16); }, 16, 16},
+                        {"touch 0", [&] { p.touch(0); }, 0, 0}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        outer.untouchAll();
+        row.change();
+        EXPECT_EQ(row.own, p.isNew());
+        EXPECT_EQ(row.above, inner.isNew());
+        EXPECT_EQ(row.above, outer.isNew());
+    }
+    EXPECT_EQ(0, NwParameter("p", "", 1).isNew());
+    EXPECT_EQ(ZtPrimType::STRING, NwParameter("p", nullptr, 1).primType());
+    EXPECT_EQ(18, NwParameter("p", "1 2 3", 1).isNew());
+    EXPECT_EQ(0, NwParameter("p", "1 2 3").isNew());
+}
+
+struct Open : NwParameter {
+    using NwParameter::isEqual;
+    using NwParameter::NwParameter;
+    using NwParameter::values;
+};
+
+TEST(Parameter, OnlyBytesCanBeUnchanged) {
+    const int ints[] = {1, 2};
+    const unsigned char bytes[] = {1, 0};
+    const Open p("p", 2, ints);
+    EXPECT_TRUE(p.isEqual(7, ZtPrimType::FLOAT, p.values())) << "its own buffer";
+    EXPECT_FALSE(p.isEqual(2, ZtPrimType::INT, ints));
+    EXPECT_TRUE(p.isEqual(2, ZtPrimType::BYTE, bytes)) << "bytes of a buffer of another type";
+    EXPECT_FALSE(p.isEqual(1, ZtPrimType::BYTE, bytes));
+    EXPECT_FALSE(p.isEqual(2, ZtPrimType::BYTE, nullptr));
+    EXPECT_TRUE(Open("p", 0, ints).isEqual(0, ZtPrimType::INT, nullptr));
+    EXPECT_TRUE(Open("p", 0, ints).isEqual(0, ZtPrimType::BYTE, bytes));
+    EXPECT_FALSE(Open("p", 1, ZtPrimType::STRING, nullptr).isEqual(1, ZtPrimType::BYTE, bytes));
+    EXPECT_TRUE(p == p);
+    EXPECT_TRUE(p != Open("p", 2, ints));
+    const Open b("b", 2, ZtPrimType::BYTE, bytes);
+    EXPECT_TRUE(b == Open("b", 2, ZtPrimType::BYTE, bytes));
+    EXPECT_TRUE(b != Open("B", 2, ZtPrimType::BYTE, bytes));
+}
+
+TEST(Parameter, TakesItsOwnTexts) {
+    NwParameter p("name", "a\"bcd");
+    p.set(p.getString() + 1);
+    EXPECT_STREQ("\"bcd", p.getString());
+    p.parse(p.getString());
+    EXPECT_STREQ("\"bcd", p.getString());
+    p.set("1 2\" 3");
+    p.parse(p.getString() + 5);
+    EXPECT_EQ("3", printed(p));
+    p.setName(p.name() + 2);
+    EXPECT_STREQ("me", p.name());
+    p.setName(nullptr);
+    EXPECT_STREQ("", p.name());
+    const NwParameter numbers[] = {{"", 1}, {"", 2}, {"", 3}, {"", 4}};
+    const char* texts[4];
+    for (int i = 0; i < 4; ++i)
+        texts[i] = numbers[i].getString();
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(std::to_string(i + 1), texts[i]);
+}
+
+TEST(Parameter, SurvivesExhaustedMemory) {
+    const auto make = [] { return std::make_unique<NwParameter>("name", "text of some length"); };
+    const int values[] = {1, 2, 3};
+    const NwParameter other("a longer name", 3, values);
+    const std::pair<const char*, std::function<void(NwParameter&)>> rows[] = {
+        {"set", [&](NwParameter& p) { p.set(3, values); }},
+        {"set text", [](NwParameter& p) { p.set("other"); }},
+        {"parse", [](NwParameter& p) { p.parse("1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17"); }},
+        {"assignment", [&](NwParameter& p) { p = other; }},
+        {"setName", [](NwParameter& p) { p.setName("other"); }},
+        {"copy", [](NwParameter& p) { delete p.duplicate(); }},
+        {"parsed", [](NwParameter&) { delete NwParameter::create("p", "1 2 3", 1); }},
+    };
+    for (const auto& [what, operate] : rows) {
+        SCOPED_TRACE(what);
+        failEveryAllocation(
+            make, [&operate = operate](auto& p) { operate(*p); },
+            [](auto& p) {
+                EXPECT_STREQ("name", p->name());
+                EXPECT_STREQ("text of some length", p->getString());
+                EXPECT_EQ(0, p->isNew());
+            });
+    }
+    if constexpr (sizeof(void*) == 4) {
+        EXPECT_THROW(NwParameter("p", INT_MAX, ZtPrimType::INT, nullptr), ZtMemoryException);
+    }
+}
+
+TEST(ParamEditCheck, GoesByTheFlagsOfTheNode) {
+    NwParamBundle bundle("b");
+    bundle.set("p", 1);
+    NwParameter& p = *bundle.find("p");
+    for (int flags = 0; flags < 128; flags += 4) {
+        bundle.setFlag(0xffff, 0);
+        bundle.setFlag(flags, 1);
+        p.setFlag(flags, 1);
+        p.setFlag(~flags, 0);
+        NwParamEditCheck& check = *p.editCheck();
+        EXPECT_EQ(!(flags & 4), check.checkDelete(&p) != 0);
+        EXPECT_EQ(!(flags & 8), check.checkInsertBundle(&bundle, "x") != 0);
+        EXPECT_EQ(!(flags & 16), check.checkInsertParam(&bundle, "x") != 0);
+        EXPECT_EQ(!(flags & 32), check.checkRename(&bundle, "x") != 0);
+        EXPECT_EQ(!(flags & 64), check.checkSetValue(&p, "x") != 0);
+    }
+    NwParamEditCheck own;
+    EXPECT_EQ(NwParamEditCheck::defaultEditCheck(), p.editCheck());
+    bundle.setEditCheck(&own);
+    EXPECT_EQ(&own, p.editCheck());
+    p.setEditCheck(NwParamEditCheck::defaultEditCheck());
+    EXPECT_EQ(NwParamEditCheck::defaultEditCheck(), p.editCheck());
+}
+
+}  // namespace
