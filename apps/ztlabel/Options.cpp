@@ -108,13 +108,17 @@ void declare(CLI::App& app, Options& options, Texts& texts) {
     app.add_option("--picture", options.picture, "draw the middle slices and the sizes")
         ->type_name("FILE.png")
         ->group(reports);
+    app.add_option("--report", options.report, "write settings and totals, as -v prints them")
+        ->type_name("FILE")
+        ->group(reports);
     app.add_flag("--force", options.overwrite, "overwrite outputs that exist")->group(reports);
     app.add_flag_callback(
            "-q,--quiet", [&] { options.verbosity = Verbosity::quiet; },
            "no report and no messages but errors")
         ->group(reports);
     app.add_flag_callback(
-           "-v,--verbose", [&] { options.verbosity = Verbosity::verbose; }, "say more")
+           "-v,--verbose", [&] { options.verbosity = Verbosity::verbose; },
+           "say more, and print settings and totals")
         ->group(reports);
 }
 
@@ -160,7 +164,8 @@ void checkOutputs(const Options& options) {
     if (!options.picture.empty() && !options.picture.ends_with(".png"))
         throw CallError("--picture: '" + options.picture + "' must end in .png");
     std::set<std::filesystem::path> paths;
-    for (const std::string& path : {options.output, options.table, options.json, options.picture})
+    for (const std::string& path :
+         {options.output, options.table, options.json, options.picture, options.report})
         if (!path.empty() &&
             !paths.insert(std::filesystem::absolute(path).lexically_normal()).second)
             throw CallError("'" + path + "' is named as two outputs");

@@ -28,6 +28,7 @@ struct Options {
     std::string table;
     std::string json;
     std::string picture;
+    std::string report;
     bool overwrite = false;
     Verbosity verbosity = Verbosity::normal;
 

@@ -167,9 +167,7 @@ ZtString headText(const Findings& f) {
 
 ZtString totalsText(const Findings& f) {
     const Labelling& l = f.labelling;
-    long long kept = 0;
-    for (const Component& c : l.components)
-        kept += c.voxels;
+    const long long kept = keptVoxels(l);
     const char* const things = f.options.labelField ? "pieces" : "components";
     ZtString text;
     text.printf("total: %d %s, %lld voxels, %s mm^3, %.3f %% of the volume", l.components.size(),
@@ -204,6 +202,13 @@ std::string reportText(const Findings& findings, const Timings& timings, int max
                  timings.labelling, timings.writing);
     return headText(findings).getString() + rowsText(findings, maxRows) + "\n" +
            totalsText(findings).getString() + times.getString();
+}
+
+long long keptVoxels(const Labelling& labelling) {
+    long long kept = 0;
+    for (const Component& c : labelling.components)
+        kept += c.voxels;
+    return kept;
 }
 
 std::string tableText(const Findings& findings, bool commas) {

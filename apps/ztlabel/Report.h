@@ -34,4 +34,7 @@ std::string tableText(const Findings& findings, bool commas);
 
 std::string jsonText(const Findings& findings);
 
+/// The voxels of the components that are kept.
+long long keptVoxels(const Labelling& labelling);
+
 }  // namespace ztlabel

@@ -10,6 +10,7 @@
 #include "OutputFiles.h"
 #include "Picture.h"
 #include "Report.h"
+#include "RunRecord.h"
 #include "TerminalProgress.h"
 #include "Volume.h"
 
@@ -54,6 +55,8 @@ struct Outputs {
             json = &files.add(options.json);
         if (!options.picture.empty())
             picture = &files.add(options.picture);
+        if (!options.report.empty())
+            report = &files.add(options.report);
     }
 
     OutputFiles files;
@@ -61,6 +64,7 @@ struct Outputs {
     OutputFile* table = nullptr;
     OutputFile* json = nullptr;
     OutputFile* picture = nullptr;
+    OutputFile* report = nullptr;
 };
 
 void write(Outputs& outputs, const Findings& findings, TerminalProgress& progress) {
@@ -74,6 +78,8 @@ void write(Outputs& outputs, const Findings& findings, TerminalProgress& progres
         outputs.json->write(jsonText(findings));
     if (outputs.picture != nullptr)
         outputs.picture->write(pictureOf(findings));
+    if (outputs.report != nullptr)
+        outputs.report->write(recordText(findings));
     outputs.files.putInPlace();
 }
 
@@ -132,6 +138,9 @@ void run(const Options& options) {
 
     for (const auto& file : outputs.files.files())
         messages.detail("wrote '" + file->path() + "'");
+    std::string record = recordText(findings);
+    record.pop_back();  // a message ends its line itself
+    messages.detail("settings and totals\n" + record);
     if (options.verbosity != Verbosity::quiet)
         printReport(findings, timings);
 }

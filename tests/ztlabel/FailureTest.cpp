@@ -65,6 +65,7 @@ TEST_F(FailureTest, WrongCallsEndWithStatus2) {
         {"-t 5 --table out.xls good.nii", "must end in .tsv or .csv"},
         {"-t 5 --picture out.jpg good.nii", "must end in .png"},
         {"-t 5 --json out.nii good.nii ./out.nii", "named as two outputs"},
+        {"-t 5 --table out.tsv --report out.tsv good.nii", "named as two outputs"},
     };
     const std::vector<std::string> before = files();
     for (const auto& [arguments, words] : rows) {
@@ -127,7 +128,8 @@ TEST_F(FailureTest, BadInputsEndWithStatus1) {
     const std::vector<std::string> before = files();
     for (const auto& [name, words] : rows) {
         SCOPED_TRACE(name);
-        expectOneLine(run("-t 5 --json out.json " + std::string(name) + " out.nii"), 1, words);
+        expectOneLine(run("-t 5 --json out.json --report r " + std::string(name) + " out.nii"), 1,
+                      words);
     }
     expectOneLine(run("--labels --names missing.txt good.nii"), 1, "missing.txt");
     expectOneLine(run("--labels --names huge.nii good.nii"), 1, "is no list of names");
@@ -151,8 +153,9 @@ TEST_F(FailureTest, SurvivesDamagedHeaders) {
 }
 
 TEST_F(FailureTest, RefusesOutputsThatExistOrCannotBe) {
-    const std::string all = "-t 5 good.nii out.hdr --table t.tsv --json j.json --picture p.png";
-    for (const char* name : {"out.hdr", "out.img", "t.tsv", "j.json", "p.png"}) {
+    const std::string all =
+        "-t 5 good.nii out.hdr --table t.tsv --json j.json --picture p.png --report r.txt";
+    for (const char* name : {"out.hdr", "out.img", "t.tsv", "j.json", "p.png", "r.txt"}) {
         SCOPED_TRACE(name);
         writeText(name, "precious");
         expectOneLine(run(all), 1, std::string("'") + name + "' exists already");
@@ -184,7 +187,7 @@ TEST_F(FailureTest, AFullDiskLeavesNothing) {
     const std::vector<std::string> before = files();
     // At most 32 KiB per file: the volume and the JSON do not fit.
     for (const char* call : {"-t 128 -c 6 noise.nii out.nii.gz", "-t 128 -c 6 noise.nii out.hdr",
-                             "-t 200 -c 6 --json out.json noise.nii"}) {
+                             "-t 200 -c 6 --json out.json --report r.txt noise.nii"}) {
         SCOPED_TRACE(call);
         const Outcome result = run(std::string("--force -q ") + call, "ulimit -f 64;");
         expectOneLine(result, 1, "cannot write 'out.");

@@ -54,6 +54,47 @@ TEST_F(OutputTest, ReportsOnStandardOutputAlone) {
     EXPECT_THAT(run("--version").out, StartsWith("ztlabel "));
 }
 
+TEST_F(OutputTest, RecordsSettingsAndTotals) {
+    write("a.nii", grid());
+    const Outcome result =
+        run("-v -t 50 -u 60 --min-size 2 --table 'a \"b\".tsv' --report r.txt a.nii");
+    const std::string record = read("r.txt");
+    EXPECT_EQ(record,
+              "ztlabel {\n"
+              "    Input {\n"
+              "        File \"a.nii\",\n"
+              "        Size 4 3 2,\n"
+              "        VoxelType \"uint8\",\n"
+              "        SpacingInMm 1 2 3,\n"
+              "        World \"spacing\"\n"
+              "    }\n"
+              "    Settings {\n"
+              "        Mode \"threshold\",\n"
+              "        Threshold 50,\n"
+              "        ThresholdBy \"user\",\n"
+              "        Upper 60,\n"
+              "        Connectivity 26,\n"
+              "        MinSize 2,\n"
+              "        LargestOnly 0,\n"
+              "        Sort \"size\",\n"
+              "        Table \"a \\\"b\\\".tsv\"\n"
+              "    }\n"
+              "    Totals {\n"
+              "        Found 2,\n"
+              "        Kept 1,\n"
+              "        FoundVoxels 3,\n"
+              "        KeptVoxels 2,\n"
+              "        KeptVolumeInMm3 12,\n"
+              "        KeptShare 0.0833333333333,\n"
+              "        MarkedVoxels 1\n"
+              "    }\n"
+              "}\n");
+    EXPECT_THAT(result.err, HasSubstr("ztlabel: wrote 'r.txt'\n"));
+    EXPECT_THAT(result.err, testing::EndsWith("ztlabel: settings and totals\n" + record));
+    EXPECT_EQ(run("--labels --force --report r.txt -q a.nii").status, 0);
+    EXPECT_THAT(read("r.txt"), HasSubstr("Mode \"labels\",\n        Connectivity 26,"));
+}
+
 TEST_F(OutputTest, SaysWhatItConverts) {
     Grid signedBytes = grid();
     signedBytes.datatype = NIFTI_TYPE_INT8;
