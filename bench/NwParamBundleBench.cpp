@@ -3,8 +3,10 @@
 #include <ztlib/NwParameter.h>
 #include <ztlib/ZtString.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <random>
