@@ -14,7 +14,7 @@ namespace bench {
 
 /// One comparison. `ours` and `peer` each do the whole work once; `same` (may be empty) tells,
 /// after both ran, whether they gave the same answer. `bar` is the least ratio that is meant, 0 for
-/// none.
+/// none. `items` is how many things the work goes through, where their rate is to be reported.
 struct Comparison {
     std::string work;
     std::string peerName;
@@ -22,6 +22,7 @@ struct Comparison {
     std::function<void()> ours;
     std::function<void()> peer;
     std::function<bool()> same;
+    double items = 0;
 };
 
 /// Runs `work` often enough to fill `seconds` and returns the seconds of one run.
@@ -70,6 +71,8 @@ inline void run(benchmark::State& state, const Comparison& comparison) {
     state.counters["peer_ns"] = median(peer) * 1e9;
     state.counters["ratio"] = median(peer) / median(ours);
     state.counters["bar"] = comparison.bar;
+    if (comparison.items > 0)
+        state.counters["items_per_second"] = comparison.items / median(ours);
     state.SetLabel("peer: " + comparison.peerName);
 }
 

@@ -12,6 +12,7 @@
 #include <ztlib/ZtDataPointer.h>
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtHandle.h>
+#include <ztlib/ZtLogFile.h>
 #include <ztlib/ZtMat3f.h>
 #include <ztlib/ZtMat4f.h>
 #include <ztlib/ZtMemoryException.h>
@@ -76,6 +77,7 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtAllocator, 8, 16),
              SIZE_OF(ZtFilename, 24, 32),
              SIZE_OF(ZtTmpDir, 28, 40),
+             SIZE_OF(ZtLogFile, 4, 8),
              SIZE_OF(ZtBytePattern, 68, 68),
              SIZE_OF(ZtTypeInfo, 16, 32),
              SIZE_OF(ZtTypedObject, 4, 8),

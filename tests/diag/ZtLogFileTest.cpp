@@ -1,0 +1,459 @@
+// The log: its lines, its files, and what becomes of lines when the file does not take them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ztlib/ZtLogFile.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "EnvironmentVariable.h"
+#include "ScratchFolder.h"
+#include "diag/LogStamp.h"
+#include "platform/PlatformFaults.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Call;
+using platform::CallFaults;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+constexpr int kAlways = 1 << 30;
+constexpr long long kMegabyte = 1 << 20;
+
+std::string withoutDigits(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }, '#');
+    return text;
+}
+
+class ZtLogFileTest : public testing::Test {
+protected:
+    static std::string content(const fs::path& file) {
+        std::ifstream in(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    static std::vector<std::string> names(const fs::path& directory) {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::directory_iterator(directory))
+            found.push_back(entry.path().filename().string());
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+    std::string file() const { return log_.logFile().getString(); }
+    std::string openHere() {
+        EXPECT_TRUE(log_.open(folder_.of("").c_str())) << log_.lastResult().text();
+        return file();
+    }
+    int result() const { return log_.lastResult().code(); }
+
+    ScratchFolder folder_;
+    ZtLogFile log_;
+};
+
+TEST_F(ZtLogFileTest, LinesHaveTheFormOfTheSettings) {
+    const struct {
+        const char* name;
+        int format, level;
+        const char* defaultModule;
+        const char* module;
+        const char* text;
+        bool dos;
+        const char* line;  // "#" is a digit
+    } rows[] = {
+        {"plain", 0, ZtLogInformation, nullptr, nullptr, "text", false, "  [] text\n"},
+        {"letters", 0, ZtLogWarning, nullptr, "a", "b", false, "W [a] b\n"},
+        {"error", 0, ZtLogError, "mine", "a", "b", false, "E [a] b\n"},
+        {"critical, default module", 0, ZtLogCritical, "mine", nullptr, "b", false, "C [mine] b\n"},
+        {"empty module is one", 0, ZtLogDebug, "mine", "", "b", false, "D [] b\n"},
+        {"unknown level", 0, 7, nullptr, nullptr, "b", false, "  [] b\n"},
+        {"negative level", 0, -1, nullptr, nullptr, "b", false, "  [] b\n"},
+        {"null text", 0, 1, nullptr, nullptr, nullptr, false, "  [] \n"},
+        {"DOS", 0, 1, nullptr, nullptr, "x", true, "  [] x\r\n"},
+        {"DOS, ended by itself", 0, 1, nullptr, nullptr, "x\n", true, "  [] x\n"},
+        {"percent", 0, 1, nullptr, nullptr, "%s%n", false, "  [] %s%n\n"},
+        {"time of day", 1, 2, nullptr, "m", "x", false, "##:##:##.###: W [m] x\n"},
+        {"date", 2, 3, nullptr, "m", "x\n", false, "####-##-## ##:##:##.###: E [m] x\n"},
+        {"another format", 9, 1, nullptr, "m", "x", false, "##:##:##.###:   [m] x\n"},
+    };
+    const std::string path = openHere();
+    log_.setDebugEnabled(true);
+    std::size_t read = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        log_.setDateTimeFormat(row.format);
+        log_.setDefautModule(row.defaultModule);
+        log_.setDosStyleEOLEnabled(row.dos);
+        log_.trace(row.level, row.module, row.text);
+        log_.flush();
+        std::string line = content(path).substr(read);
+        read += line.size();
+        if (row.format != ZtLogFile::NO_TIME_STAMP)
+            line = withoutDigits(line);
+        EXPECT_EQ(row.line, line);
+    }
+}
+
+TEST_F(ZtLogFileTest, EveryCallButTraceFlushes) {
+    const std::string path = openHere();
+    log_.setDateTimeFormat(ZtLogFile::NO_TIME_STAMP);
+    log_.trace(ZtLogDebug, "m", "not written");
+    log_.tracef(ZtLogDebug, "m", "not %s", "written");
+    log_.trace(ZtLogInformation, "m", "waits");
+    EXPECT_EQ("", content(path));
+    log_.tracef(ZtLogCritical, "m", "%d", 1);
+    log_.printf("%d", 2);
+    log_.warnf("%d", 3);
+    log_.errorf("%d", 4);
+    log_.print("m", "%5");
+    log_.warn("m", "6");
+    log_.error("m", "7");
+    const char* const noFormat = nullptr;
+    log_.printf(noFormat);
+    const std::string longText(100000, 'x');
+    log_.error("m", longText.c_str());
+    EXPECT_EQ(
+        "  [m] waits\nC [m] 1\n  [] 2\nW [] 3\nE [] 4\n  [m] %5\nW [m] 6\nE [m] 7\n  [] \nE [m] " +
+            longText + "\n",
+        content(path));
+    EXPECT_TRUE(log_.close());
+    EXPECT_EQ(path, file());
+}
+
+// Elapsed times and borrowed milliseconds; the wall clock is compared with the C library's.
+TEST(LogStamp, ShowsTheTime) {
+    const auto stamp = [](LogStamp& stamps, LogStamp::Form form, platform::WallTime now,
+                          platform::WallTime reference) {
+        char out[LogStamp::kMostLength];
+        return std::string(out, stamps.write(out, form, now, reference));
+    };
+    LogStamp stamps;
+    const struct {
+        platform::WallTime now, reference;
+        const char* text;
+    } rows[] = {
+        {{1000, 5}, {1000, 5}, "00:00:00.000: "},     {{1001, 5}, {1000, 6}, "00:00:00.999: "},
+        {{1001, 7}, {1000, 6}, "00:00:01.001: "},     {{4600, 0}, {1000, 0}, "01:00:00.000: "},
+        {{87400, 10}, {1000, 0}, "00:00:00.010: "},   {{90000, 1}, {1000, 2}, "00:43:19.999: "},
+        {{1LL << 40, 0}, {0, 999}, "00:36:15.001: "}, {{1000, 0}, {1001, 500}, "00:00:-2.500: "},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(row.text, stamp(stamps, LogStamp::kElapsed, row.now, row.reference));
+    // Forms in turn and seconds that repeat, so that a stamp is kept where it must not be.
+    for (int i = 0; i < 400; ++i) {
+        const time_t second = 1'700'000'000 + i / 4 * 1'234'567;
+        char text[64];
+        std::strftime(text, sizeof text, i % 2 ? "%Y-%m-%d %H:%M:%S" : "%H:%M:%S",
+                      std::localtime(&second));
+        const auto form = i % 2 ? LogStamp::kDateAndTime : LogStamp::kTimeOfDay;
+        EXPECT_EQ(std::string(text) + ".042: ", stamp(stamps, form, {second, 42}, {}));
+    }
+}
+
+TEST_F(ZtLogFileTest, ResetShowsElapsedTime) {
+    const std::string path = openHere();
+    log_.resetTimeStamp();
+    log_.printf("x");
+    EXPECT_THAT(content(path), MatchesRegex("00:00:0.\\....:   \\[\\] x\n"));
+}
+
+// The limit is passed by one byte before the file changes, and each file names the one before.
+TEST_F(ZtLogFileTest, RotatesPastTheLimit) {
+    const std::string first = openHere();
+    log_.setMaxLogFileSizeMB(1);
+    log_.setDateTimeFormat(ZtLogFile::NO_TIME_STAMP);
+    const std::string line(994, 'x');  // and "  [] ", "\n": 1000 bytes
+    long long written = 0;
+    for (; written + 1000 <= kMegabyte; written += 1000)
+        log_.trace(1, nullptr, line.c_str());
+    log_.trace(1, nullptr,
+               std::string(static_cast<std::size_t>(kMegabyte - written - 6), 'y').c_str());
+    log_.trace(1, nullptr, "passes it");
+    EXPECT_EQ(first, file());
+    log_.print(nullptr, "in the second");
+    const std::string second = file();
+    ASSERT_LT(first, second);
+    EXPECT_EQ(kMegabyte + 15, static_cast<long long>(fs::file_size(first)));
+    EXPECT_EQ("  [] This file continues " + fs::path(first).filename().string() +
+                  "\n  [] in the second\n",
+              content(second));
+    // Each line is past a limit of 0; so is none that is past a negative one, but it ends.
+    for (const int limit : {0, -1, 4096}) {
+        log_.setMaxLogFileSizeMB(limit);
+        log_.print(nullptr, "x");
+        log_.print(nullptr, "y");
+    }
+    EXPECT_THAT(content(file()), testing::HasSubstr("[] y\n"));
+    const auto all = names(folder_.path());
+    EXPECT_EQ(file(), folder_.of(all.back()));
+    EXPECT_EQ(6u, all.size());
+}
+
+TEST_F(ZtLogFileTest, KeepsTheNewestFiles) {
+    const auto fill = [&] {
+        for (const char* name : {"a.log", "b.log", "c.log", "d.log", "e.log"}) {
+            folder_.addFile(name);
+            folder_.addFile(fs::path(name).replace_extension(".dmp").string());
+        }
+    };
+    for (const char* other : {"a.logs", "b.log.txt", "0.dmp"})
+        folder_.addFile(other);
+    fill();
+    log_.setMaxNumLogFiles(-1);
+    openHere();
+    log_.close();
+    EXPECT_EQ(14u, names(folder_.path()).size());
+    fs::remove(file());
+
+    log_.setMaxNumLogFiles(3);
+    openHere();
+    log_.close();
+    const std::string made = fs::path(file()).filename().string();
+    EXPECT_THAT(names(folder_.path()), ElementsAre("0.dmp", made, "a.logs", "b.log.txt", "d.dmp",
+                                                   "d.log", "e.dmp", "e.log"));
+    fill();
+    folder_.addFolder("0.log");  // counts, but is no file
+    log_.setMaxNumLogFiles(0);
+    EXPECT_TRUE(log_.open((folder_.of("") + "//").c_str()));
+    EXPECT_THAT(names(folder_.path()), ElementsAre("0.log", "a.logs", "b.log.txt"));
+    testing::internal::CaptureStdout();
+    log_.setDateTimeFormat(0);
+    log_.printf("no file");
+    EXPECT_EQ("  [] no file\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(ZtLogFileTest, PrunesThousandsOfFiles) {
+    // Making them takes a minute under Wine.
+    const int count = kNamesAreBytes ? 10000 : 1000;
+    for (int i = 0; i < count; ++i)
+        folder_.addFile(std::to_string(i) + ".log");
+    log_.setMaxNumLogFiles(40);
+    const std::string made = fs::path(openHere()).filename().string();
+    const auto left = names(folder_.path());
+    EXPECT_EQ(40u, left.size());
+    EXPECT_THAT(left, testing::Contains(count == 10000 ? "9999.log" : "999.log"));
+    EXPECT_THAT(left, testing::Contains(made));
+}
+
+TEST_F(ZtLogFileTest, DatedDirectoriesKeepAllFiles) {
+    log_.setMaxNumLogFiles(1);
+    folder_.addFile("old.log");
+    ASSERT_TRUE(log_.open(folder_.of("new").c_str(), true));
+    const std::string path = file();
+    const std::string inFolder = path.substr(folder_.of("new").size());
+    EXPECT_EQ("/####/##/##/########-######-",
+              withoutDigits(inFolder).substr(0, std::strlen("/yyyy/mm/dd/yyyymmdd-hhmmss-")));
+    std::string date = inFolder.substr(0, std::strlen("/yyyy/mm/dd"));
+    date.erase(std::remove(date.begin(), date.end(), '/'), date.end());
+    EXPECT_EQ(date, inFolder.substr(std::strlen("/yyyy/mm/dd/"), std::strlen("yyyymmdd")));
+    EXPECT_TRUE(log_.close());
+    const std::string beside = fs::path(path).parent_path().generic_string() + "/0.log";
+    std::ofstream(beside) << "kept";
+    ASSERT_TRUE(log_.open(folder_.of("new").c_str(), true));
+    EXPECT_TRUE(fs::exists(beside));
+    // A rotation stays there, and limits the number of files.
+    log_.setMaxLogFileSizeMB(0);
+    log_.printf("x");
+    log_.printf("y");
+    EXPECT_FALSE(fs::exists(beside));
+    EXPECT_EQ(fs::path(path).parent_path(), fs::path(file()).parent_path());
+}
+
+TEST_F(ZtLogFileTest, EnvironmentSetsTheDefaults) {
+    const struct {
+        const char *files, *debug;
+        int maxFiles;
+        bool isDebug;
+    } rows[] = {{"", "", 40, false},   {"3", "0", 3, false},   {"-1", "2", -1, true},
+                {"0", "-1", 0, false}, {"x", "yes", 0, false}, {"12 files", "1", 12, true},
+                {"", "", 40, false}};
+    for (const auto& row : rows) {
+        const EnvironmentVariable files("KORVAL_MAXNUMLOGFILES", row.files);
+        const EnvironmentVariable debug("KORVAL_DEBUG_LOG", row.debug);
+        const ZtLogFile log;
+        EXPECT_EQ(row.maxFiles, log.maxNumLogFiles()) << row.files;
+        EXPECT_EQ(row.isDebug, log.debugEnabled()) << row.debug;
+        EXPECT_EQ(nullptr, log.defaultModule());
+        EXPECT_STREQ("", log.logFile());
+    }
+}
+
+TEST_F(ZtLogFileTest, SaysWhyItCannotBeOpened) {
+    const std::string plain = folder_.addFile("plain", "stays");
+    const struct {
+        const char* name;
+        std::string directory;
+        Call call;
+        int fault;
+        int code;
+    } rows[] = {
+        {"a file", plain, Call::kOpenFile, 0, ZtENOTDIR.code()},
+        {"below nothing", folder_.of("no/such"), Call::kOpenFile, 0, ZtENOENT.code()},
+        {"root", "///", Call::kOpenFile, 0, ZtEINVAL.code()},
+        {"not to be made", folder_.of("new"), Call::kMakeDirectory, EROFS, ZtEROFS.code()},
+        {"too long", folder_.of(""), Call::kOpenFile, ENAMETOOLONG, ZtENAMETOOLONG.code()},
+        {"not writable", folder_.of(""), Call::kOpenFile, EACCES, ZtEACCES.code()},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CallFaults faults;
+        if (row.fault != 0)
+            faults.fail(row.call, row.fault, 0, kAlways);
+        EXPECT_FALSE(log_.open(row.directory.c_str()));
+        EXPECT_EQ(row.code, result()) << log_.lastResult().data();
+        EXPECT_THAT(log_.lastResult().text(), testing::StartsWith("could not "));
+        EXPECT_STREQ("", log_.logFile());
+        EXPECT_TRUE(log_.close());
+    }
+    EXPECT_EQ("stays", content(plain));
+    openHere();
+    EXPECT_EQ(0, result());
+}
+
+// A full disk and interrupted writes: what was refused is offered again, in its order and once.
+TEST_F(ZtLogFileTest, KeepsLinesThatTheDiskDoesNotTake) {
+    const std::string path = openHere();
+    log_.setDateTimeFormat(0);
+    std::string all;
+    const auto write = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            const std::string text = "line " + std::to_string(all.size());
+            log_.trace(1, nullptr, text.c_str());
+            all += "  [] " + text + "\n";
+        }
+    };
+    {
+        CallFaults faults;
+        faults.fail(Call::kWriteFile, EINTR, 0, 5);
+        write(10);
+        log_.flush();
+        EXPECT_EQ(0, result());
+        EXPECT_EQ(all, content(path));
+
+        faults.fail(Call::kWriteFile, ENOSPC, 0, kAlways);
+        write(20000);  // several times what is written at once
+        log_.flush();
+        EXPECT_EQ(ZtENOSPC.code(), result());
+        EXPECT_THAT(log_.lastResult().text(), testing::HasSubstr(path));
+    }
+    write(10);
+    log_.flush();
+    EXPECT_EQ(0, result());
+    EXPECT_EQ(all, content(path));
+
+    // More than can be kept goes to standard output, at the latest when the file is closed.
+    testing::internal::CaptureStdout();
+    const std::size_t before = all.size();
+    {
+        CallFaults faults;
+        faults.fail(Call::kWriteFile, ENOSPC, 0, kAlways);
+        write(100000);
+        EXPECT_FALSE(log_.close());
+    }
+    std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(ZtENOSPC.code(), result());
+    EXPECT_EQ(all, content(path).substr(0, before) + all.substr(before));
+    EXPECT_EQ(all.size() - before, printed.size());
+}
+
+// The file and its directory go while the log is open.
+TEST_F(ZtLogFileTest, MakesARemovedFileAgain) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "Windows does not remove open files";
+    log_.setDateTimeFormat(0);
+    ASSERT_TRUE(log_.open(folder_.of("logs").c_str()));
+    for (const bool withDirectory : {false, true}) {
+        log_.printf("lost with the file");
+        log_.trace(1, nullptr, "not written yet");
+        withDirectory ? fs::remove_all(folder_.of("logs")) : fs::remove(file());
+        log_.printf("later");
+        EXPECT_EQ("  [] not written yet\n  [] later\n", content(file()));
+    }
+    // Where it cannot be made, lines wait.
+    fs::remove_all(folder_.of("logs"));
+    const std::string inTheWay = folder_.addFile("logs");
+    log_.printf("waits");
+    EXPECT_EQ(ZtENOTDIR.code(), result());
+    fs::remove(inTheWay);
+    log_.flush();
+    EXPECT_EQ("  [] waits\n", content(file()));
+    EXPECT_EQ(0, result());
+}
+
+TEST_F(ZtLogFileTest, CapturesTheConsole) {
+    log_.setDateTimeFormat(0);
+    log_.setConsoleToLogEnabled(true);
+    const std::string path = openHere();
+    log_.setConsoleToLogEnabled(false);  // does not act on the open file
+    std::printf("printed\n");
+    log_.printf("line");
+    std::fprintf(stderr, "error\n");
+    log_.trace(1, "m", "last");
+    const bool isBack = log_.close();
+    std::printf("after\n");
+    std::fflush(stdout);
+    EXPECT_EQ("printed\n  [] line\nerror\n  [m] last\n", content(path));
+    EXPECT_TRUE(isBack || !kNamesAreBytes) << "there may be no console";
+    // And again, in another file.
+    log_.setConsoleToLogEnabled(true);
+    ASSERT_TRUE(log_.open(folder_.of("again").c_str()));
+    std::printf("printed again\n");
+    log_.close();
+    EXPECT_EQ("printed again\n", content(file()));
+}
+
+TEST_F(ZtLogFileTest, EchoesOnTheConsole) {
+    log_.setDateTimeFormat(0);
+    log_.setLogToConsoleEnabled(true);
+    const std::string path = openHere();
+    testing::internal::CaptureStdout();
+    log_.printf("both");
+    EXPECT_EQ("  [] both\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ("  [] both\n", content(path));
+}
+
+TEST_F(ZtLogFileTest, IsNotInheritedByPrograms) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "looks into /proc";
+    openHere();
+    const std::string command = "ls -l /proc/self/fd | grep -q '" + folder_.of("") + "'";
+    EXPECT_NE(0, std::system(command.c_str()));
+}
+
+// Lines of several threads arrive whole and once, across files.
+TEST_F(ZtLogFileTest, TakesLinesOfSeveralThreads) {
+    constexpr int kThreads = 4;
+    constexpr int kLines = 20000;
+    openHere();
+    log_.setDateTimeFormat(0);
+    log_.setMaxLogFileSizeMB(1);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([this, t] {
+            const std::string text = "of thread " + std::to_string(t) + " " + std::string(40, 'x');
+            for (int i = 0; i < kLines; ++i)
+                log_.trace(1, nullptr, text.c_str());
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    log_.close();
+    int lines = 0;
+    int others = 0;
+    for (const std::string& name : names(folder_.path())) {
+        std::ifstream in(folder_.of(name));
+        for (std::string line; std::getline(in, line);)
+            ++(line.size() == 57 && line.starts_with("  [] of thread ") ? lines : others);
+    }
+    EXPECT_EQ(kThreads * kLines, lines);
+    EXPECT_EQ(static_cast<int>(names(folder_.path()).size()) - 1, others);
+}
+
+}  // namespace
