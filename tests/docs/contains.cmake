@@ -1,6 +1,14 @@
-# Fails unless PAGE holds the text of PROGRAM, to the letter.
+# Fails unless PAGE holds the text of PROGRAM, to the letter; with FIRST, the function of PROGRAM whose
+# text, comment included, begins so.
 file(READ ${PAGE} page)
 file(READ ${PROGRAM} program)
+if(FIRST)
+    string(FIND "${program}" "${FIRST}" position)
+    string(SUBSTRING "${program}" ${position} -1 program)
+    string(FIND "${program}" "\n}\n" position)
+    math(EXPR length "${position} + 3")
+    string(SUBSTRING "${program}" 0 ${length} program)
+endif()
 string(FIND "${page}" "${program}" position)
 if(position EQUAL -1)
     message(FATAL_ERROR "${PAGE} does not show ${PROGRAM} as it stands")
