@@ -33,6 +33,7 @@ public:
     }
 
     T* data() { return data_; }
+    const T* data() const { return data_; }
     T& operator[](std::size_t index) { return data_[index]; }
 
 private:
