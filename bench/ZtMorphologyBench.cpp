@@ -37,8 +37,8 @@ ZtBitfield bodies(const ZtVec3i& dims) {
                 const int from = std::max(0, c.x - half), to = std::min(dims.x, c.x + half);
                 if (from >= to)
                     continue;
-                const unsigned row = static_cast<unsigned>(dims.x) *
-                                     static_cast<unsigned>(y + dims.y * z);
+                const unsigned row =
+                    static_cast<unsigned>(dims.x) * static_cast<unsigned>(y + dims.y * z);
                 mask.setRange(row + static_cast<unsigned>(from),
                               row + static_cast<unsigned>(to) - 1);
                 filled += to - from;
@@ -61,7 +61,9 @@ struct Work {
 
 void addAgainstCopy(const ZtVec3i& dims, double bar) {
     const auto work = std::make_shared<Work>(dims);
-    bench::add({"erosion, one step, " + nameOf(dims), "memory copy of the mask", bar,
+    bench::add({"erosion, one step, " + nameOf(dims),
+                "memory copy of the mask",
+                bar,
                 [=] { erosion3D(work->mask, work->ours, dims); },
                 [=] {
                     std::memcpy(work->peer.words(), work->mask.words(), work->mask.memSize());
@@ -83,7 +85,9 @@ void addAgainstVoxels(const ZtVec3i& dims, double bar) {
 /// ratio is that of the time per voxel.
 void addAgainstEvenWidth(const ZtVec3i& odd, const ZtVec3i& even, double bar) {
     const auto work = std::make_shared<Work>(odd), peer = std::make_shared<Work>(even);
-    bench::add({"erosion, one step, " + nameOf(odd), "the same, " + nameOf(even), bar,
+    bench::add({"erosion, one step, " + nameOf(odd),
+                "the same, " + nameOf(even),
+                bar,
                 [=] { erosion3D(work->mask, work->ours, odd); },
                 [=] { erosion3D(peer->mask, peer->ours, even); },
                 {}});
@@ -91,8 +95,8 @@ void addAgainstEvenWidth(const ZtVec3i& odd, const ZtVec3i& even, double bar) {
 
 void addIterations(const ZtVec3i& dims, int steps, double bar) {
     const auto work = std::make_shared<Work>(dims);
-    bench::add({"erosion, " + std::to_string(steps) + " steps, " + nameOf(dims), "single steps", bar,
-                [=] { erosion3D(work->mask, work->ours, dims, steps); },
+    bench::add({"erosion, " + std::to_string(steps) + " steps, " + nameOf(dims), "single steps",
+                bar, [=] { erosion3D(work->mask, work->ours, dims, steps); },
                 [=] {
                     ZtBitfield other(work->mask.nBits());
                     erosion3D(work->mask, work->peer, dims);
@@ -142,8 +146,7 @@ void addAgainstScipy(const ZtVec3i& dims, double bar) {
                 state.SkipWithError("ours and the peer gave different answers");
             std::vector<double> ours;
             for (auto _ : state) {
-                ours.push_back(
-                    bench::timeOnce([&] { erosion3D(work.mask, work.ours, dims); }, 4));
+                ours.push_back(bench::timeOnce([&] { erosion3D(work.mask, work.ours, dims); }, 4));
                 state.SetIterationTime(ours.back());
             }
             state.counters["ours_ns"] = bench::median(ours) * 1e9;

@@ -24,7 +24,9 @@ inline std::uint64_t numVoxels(const ZtVec3i& dims) {
 class MaskSource {
 public:
     MaskSource(const ZtBitfield& in, const ZtBitfield& out, unsigned numBits)
-        : isCopy_(&in == &out || in.nBits() < numBits), copy_(isCopy_ ? in : ZtBitfield()), in_(in) {
+        : isCopy_(&in == &out || in.nBits() < numBits),
+          copy_(isCopy_ ? in : ZtBitfield()),
+          in_(in) {
         if (isCopy_ && copy_.nBits() < numBits)
             copy_.resize(numBits);
     }

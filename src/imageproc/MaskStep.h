@@ -9,7 +9,8 @@ struct Grid {
     int nx, ny, nz;
 };
 
-/// What is done: dilation takes the union of a voxel and its neighbours, erosion their intersection.
+/// What is done: dilation takes the union of a voxel and its neighbours, erosion their
+/// intersection.
 enum class Operation : unsigned char { kDilation, kErosion };
 
 /// The neighbours: those that share a face (in a single slice an edge), or in a single slice also

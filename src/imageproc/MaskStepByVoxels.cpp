@@ -57,9 +57,9 @@ bool stepByVoxels(const unsigned* in, unsigned* out, const Grid& grid, Operation
         for (int y = 0; y < grid.ny; ++y)
             for (int x = 0; x < grid.nx; ++x) {
                 bool bit = bits.at(x, y, z);
-                if (bit != taken && (reach == Reach::kFaces
-                                         ? bits.hasFaceNeighbour(x, y, z, taken)
-                                         : bits.hasNeighbourInSlice(x, y, z, taken))) {
+                if (bit != taken &&
+                    (reach == Reach::kFaces ? bits.hasFaceNeighbour(x, y, z, taken)
+                                            : bits.hasNeighbourInSlice(x, y, z, taken))) {
                     bit = taken;
                     changed = true;
                 }

@@ -3,8 +3,9 @@
 // The mask is taken as one stream of bits. The neighbours in y and z are the same stream some bits
 // further on or back; those in x come from the next bit, but for the ends of the rows, which are a
 // pattern that repeats. Where a neighbouring row is missing, the row itself stands in for it, which
-// changes nothing: so the first and the last rows of a slice are stretches of their own. A stretch's
-// words that are not all its own, or whose neighbours are not all in memory, are done one by one.
+// changes nothing: so the first and the last rows of a slice are stretches of their own. A
+// stretch's words that are not all its own, or whose neighbours are not all in memory, are done one
+// by one.
 #include "imageproc/MaskStep.h"
 
 #include <algorithm>
@@ -41,8 +42,7 @@ public:
             const Offset behind = z + 1 < grid_.nz ? slice_ : 0;
             const auto rows = [&](int first, int last, Offset above, Offset below) {
                 for (int y = first; y < last; y = isLong ? y + 1 : last)
-                    stretch(slice_ * z + row_ * y,
-                            slice_ * z + row_ * (isLong ? y + 1 : last),
+                    stretch(slice_ * z + row_ * y, slice_ * z + row_ * (isLong ? y + 1 : last),
                             {above, below, before, behind});
             };
             const int ny = grid_.ny;

@@ -129,9 +129,8 @@ bool ZtMorphology::unitTest2D() {
                 if (reach == Reach::kCorners && density >= 50 && size.nx == 100)
                     size.ny = 5;
                 const Grid grid = {size.nx, size.ny, 1};
-                const ZtBitfield mask =
-                    testMask(static_cast<unsigned>(size.nx) * static_cast<unsigned>(size.ny),
-                             density);
+                const ZtBitfield mask = testMask(
+                    static_cast<unsigned>(size.nx) * static_cast<unsigned>(size.ny), density);
                 for (const Operation operation : {Operation::kDilation, Operation::kErosion})
                     agree = formsAgree(mask, grid, density, operation, reach) && agree;
             }

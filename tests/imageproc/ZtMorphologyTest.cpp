@@ -195,14 +195,17 @@ Reference filledByDefinition(const Reference& mask, const ZtDArray<ZtVec3i>& see
 TEST(ZtMorphology, FillsWhatIsConnectedToItsSeeds) {
     std::mt19937 engine(5);
     for (int round = 0; round < 300; ++round) {
-        const auto below = [&](int n) { return static_cast<int>(engine() % static_cast<unsigned>(n)); };
+        const auto below = [&](int n) {
+            return static_cast<int>(engine() % static_cast<unsigned>(n));
+        };
         const ZtVec3i dims(1 + below(round % 3 == 0 ? 150 : 20), 1 + below(9), 1 + below(5));
-        SCOPED_TRACE(testing::Message() << "round " << round << ": " << dims.x << " x " << dims.y
-                                        << " x " << dims.z);
+        SCOPED_TRACE(testing::Message()
+                     << "round " << round << ": " << dims.x << " x " << dims.y << " x " << dims.z);
         const Reference mask = randomMask(dims, 0.3 + 0.1 * (round % 8), engine);
         ZtDArray<ZtVec3i> seeds;
         for (int n = below(4); n > 0; --n)
-            seeds.push(ZtVec3i(below(dims.x + 2) - 1, below(dims.y + 2) - 1, below(dims.z + 2) - 1));
+            seeds.push(
+                ZtVec3i(below(dims.x + 2) - 1, below(dims.y + 2) - 1, below(dims.z + 2) - 1));
         const Reference expected = filledByDefinition(mask, seeds);
         ZtBitfield out = mask.bits();
         const unsigned count = ZtMorphology::floodfill(out, out, dims, seeds);
