@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "imageproc/WorkArray.h"
+#include "core/WorkArray.h"
 
 namespace components {
 namespace {

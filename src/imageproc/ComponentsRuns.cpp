@@ -5,8 +5,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "core/WorkArray.h"
 #include "imageproc/ComponentsPlain.h"
-#include "imageproc/WorkArray.h"
 
 namespace components {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "imageproc/WorkArray.h"
+#include "core/WorkArray.h"
 
 namespace maskstep {
 

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "core/WorkArray.h"
 #include "imageproc/Components.h"
-#include "imageproc/WorkArray.h"
 
 namespace ZtConnectedComponents {
 
