@@ -1,0 +1,409 @@
+// Exchanging the axes of a volume in place.
+//
+// The volume is cut into tiles whose rows are whole cache lines along the axis that is innermost
+// before and the one that is innermost after. A tile is read into a dense block, permuted there and
+// written, so that memory sees each line once. Where the axes that change places have equal sizes,
+// each tile goes to where another one was, in cycles as short as those of the permutation, and no
+// copy of the volume is needed; otherwise the tiles are taken from one.
+#include <ztlib/ZtMemory.h>
+#include <ztlib/ZtRawData.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+#include "typeddata/RawTypes.h"
+#include "typeddata/Transpose.h"
+
+namespace {
+
+constexpr int kMostAxes = 16;
+constexpr std::ptrdiff_t kMostBlockBytes = std::ptrdiff_t{1} << 18;
+
+using Offset = std::ptrdiff_t;
+
+/// A permutation of the axes of an array: axis i of the result is axis from[i] of the source.
+struct Permutation {
+    int axes = 0;
+    int from[kMostAxes] = {};
+    Offset size[kMostAxes] = {};  ///< Of the source's axes, in elements.
+
+    bool isIdentity() const {
+        for (int i = 0; i < axes; ++i)
+            if (from[i] != i)
+                return false;
+        return true;
+    }
+
+    /// Whether the axes that change places have equal sizes.
+    bool keepsSizes() const {
+        for (int i = 0; i < axes; ++i)
+            if (size[i] != size[from[i]])
+                return false;
+        return true;
+    }
+
+    /// The axis of the result that an axis of the source becomes.
+    int placeOf(int axis) const {
+        return static_cast<int>(std::find(from, from + axes, axis) - from);
+    }
+};
+
+bool isPermutation(const int* permutation, int n) {
+    bool seen[kMostAxes] = {};
+    for (int i = 0; i < n; ++i) {
+        if (permutation[i] < 0 || permutation[i] >= n || seen[permutation[i]])
+            return false;
+        seen[permutation[i]] = true;
+    }
+    return true;
+}
+
+/// The same permutation without axes of size 1 and with one axis for those that stay side by side.
+Permutation simplified(const Permutation& given) {
+    Permutation result;
+    int newName[kMostAxes];
+    // The source's axes in their order; one that follows its neighbour in the result, too, joins
+    // it.
+    int previous = -1;
+    for (int axis = 0; axis < given.axes; ++axis) {
+        if (given.size[axis] == 1) {
+            newName[axis] = -1;
+            continue;
+        }
+        int before = given.placeOf(axis) - 1;
+        while (before >= 0 && given.size[given.from[before]] == 1)
+            --before;
+        if (previous >= 0 && before >= 0 && given.from[before] == previous) {
+            newName[axis] = -1;
+            result.size[result.axes - 1] *= given.size[axis];
+        } else {
+            newName[axis] = result.axes;
+            result.size[result.axes++] = given.size[axis];
+        }
+        previous = axis;
+    }
+    int next = 0;
+    for (int i = 0; i < given.axes; ++i)
+        if (newName[given.from[i]] >= 0)
+            result.from[next++] = newName[given.from[i]];
+    return result;
+}
+
+/// A box of elements: where it starts and how far it reaches along each axis.
+struct Tile {
+    Offset first[kMostAxes];
+    Offset extent[kMostAxes];
+};
+
+/// Moves the tiles of one array.
+class Mover {
+public:
+    Mover(const Permutation& permutation, std::size_t elementSize)
+        : permutation_(permutation), size_(static_cast<Offset>(elementSize)) {
+        Offset from = size_;
+        Offset to = size_;
+        for (int i = 0; i < axes(); ++i) {
+            sourceStride_[i] = from;
+            targetStride_[i] = to;
+            from *= permutation_.size[i];
+            to *= permutation_.size[permutation_.from[i]];
+        }
+        bytes_ = from;
+        chooseTile();
+        block_.reset(
+            static_cast<unsigned char*>(ztmalloc(3 * static_cast<std::size_t>(blockBytes_))));
+        for (int i = 0; i < 3; ++i)
+            blocks_[i] = block_.get() + i * blockBytes_;
+    }
+
+    Offset bytes() const { return bytes_; }
+
+    /// Permutes the elements at `data`.
+    void run(unsigned char* data) {
+        if (permutation_.keepsSizes())
+            runInCycles(data);
+        else
+            runFromCopy(data);
+    }
+
+private:
+    struct Free {
+        void operator()(unsigned char* block) const { ztfree(block); }
+    };
+    using Block = std::unique_ptr<unsigned char, Free>;
+
+    int axes() const { return permutation_.axes; }
+
+    /// Bytes of a tile that has `side` of them along `length` axes; 64 bits hold 8^16 of 8.
+    static std::int64_t bytesOf(Offset side, int length, Offset size) {
+        std::int64_t result = size;
+        for (int i = 0; i < length; ++i)
+            result *= side;
+        return result;
+    }
+
+    /// Tiles are long along the axes that are innermost before and after, and along those with
+    /// which they change places: so the tiles of a cycle have the same shape.
+    void chooseTile() {
+        int length = 0;
+        bool isLong[kMostAxes] = {};
+        for (int start : {0, permutation_.from[0]})
+            for (int axis = start; !isLong[axis]; axis = permutation_.from[axis]) {
+                isLong[axis] = true;
+                ++length;
+            }
+        // Whole lines of memory, and blocks that stay in the second cache.
+        Offset side = 8;
+        if (length <= 1)
+            side = std::max<Offset>(4096 / size_, 1);
+        else if (length == 2)
+            side = std::max<Offset>(256 / size_, 64);
+        else if (length == 3)
+            side = std::max<Offset>(64 / size_, 16);
+        else
+            while (side > 1 && bytesOf(side, length, size_) > kMostBlockBytes)
+                --side;
+        blockBytes_ = size_;
+        for (int i = 0; i < axes(); ++i) {
+            side_[i] = isLong[i] ? std::min(side, permutation_.size[i]) : 1;
+            blockBytes_ *= side_[i];
+        }
+    }
+
+    /// Calls `action(tile)` for all tiles of the source.
+    template <class Action>
+    void forEachTile(Action action) const {
+        Tile tile = {};
+        for (;;) {
+            for (int i = 0; i < axes(); ++i)
+                tile.extent[i] = std::min(side_[i], permutation_.size[i] - tile.first[i]);
+            action(tile);
+            int i = 0;
+            while (i < axes() && (tile.first[i] += side_[i]) >= permutation_.size[i])
+                tile.first[i++] = 0;
+            if (i == axes())
+                return;
+        }
+    }
+
+    /// The box of the result, in its axes, that a tile of the source goes to.
+    Tile imageOf(const Tile& tile) const {
+        Tile image;
+        for (int i = 0; i < axes(); ++i) {
+            image.first[i] = tile.first[permutation_.from[i]];
+            image.extent[i] = tile.extent[permutation_.from[i]];
+        }
+        return image;
+    }
+
+    /// Calls `action(offset)` for each row of a box, `offset` being where it starts by `stride`.
+    template <class Action>
+    void forEachRow(const Tile& box, const Offset* stride, Action action) const {
+        Offset offset = 0;
+        for (int i = 0; i < axes(); ++i)
+            offset += box.first[i] * stride[i];
+        Offset position[kMostAxes] = {};
+        for (;;) {
+            action(offset);
+            int i = 1;
+            for (; i < axes(); ++i) {
+                offset += stride[i];
+                if (++position[i] < box.extent[i])
+                    break;
+                offset -= box.extent[i] * stride[i];
+                position[i] = 0;
+            }
+            if (i >= axes())
+                return;
+        }
+    }
+
+    /// Reads a box into a dense block.
+    void gather(unsigned char* block, const unsigned char* data, const Tile& box) const {
+        const auto row = static_cast<std::size_t>(box.extent[0] * size_);
+        forEachRow(box, sourceStride_, [&](Offset offset) {
+            std::memcpy(block, data + offset, row);
+            block += row;
+        });
+    }
+
+    /// Permutes the elements of a dense block and writes them to where they go.
+    void scatter(unsigned char* data, const unsigned char* block, const Tile& tile,
+                 unsigned char* work) const {
+        const Tile image = imageOf(tile);
+        if (permutation_.from[0] == 0)
+            permuteRows(work, block, tile, image);
+        else
+            permuteElements(work, block, tile, image);
+        const auto row = static_cast<std::size_t>(image.extent[0] * size_);
+        forEachRow(image, targetStride_, [&](Offset offset) {
+            std::memcpy(data + offset, work, row);
+            work += row;
+        });
+    }
+
+    /// The strides of the image's axes in the dense block of a tile, and in its own.
+    struct Strides {
+        Offset from[kMostAxes];
+        Offset to[kMostAxes];
+    };
+    Strides stridesOf(const Tile& tile, const Tile& image) const {
+        Strides strides;
+        Offset dense[kMostAxes];
+        Offset from = size_;
+        Offset to = size_;
+        for (int i = 0; i < axes(); ++i) {
+            dense[i] = from;
+            strides.to[i] = to;
+            from *= tile.extent[i];
+            to *= image.extent[i];
+        }
+        for (int i = 0; i < axes(); ++i)
+            strides.from[i] = dense[permutation_.from[i]];
+        return strides;
+    }
+
+    void permuteRows(unsigned char* out, const unsigned char* in, const Tile& tile,
+                     const Tile& image) const {
+        const Strides strides = stridesOf(tile, image);
+        Tile rows = image;
+        std::fill_n(rows.first, axes(), 0);
+        forEachRow(rows, strides.from, [&](Offset offset) {
+            const auto row = static_cast<std::size_t>(image.extent[0] * size_);
+            std::memcpy(out, in + offset, row);
+            out += row;
+        });
+    }
+
+    void permuteElements(unsigned char* out, const unsigned char* in, const Tile& tile,
+                         const Tile& image) const {
+        const Strides strides = stridesOf(tile, image);
+        // Planes of the axis that becomes the innermost one and the axis that was.
+        const int wasInner = permutation_.placeOf(0);
+        const Offset rows = image.extent[0];
+        const Offset columns = image.extent[wasInner];
+        Offset position[kMostAxes] = {};
+        for (;;) {
+            Offset from = 0;
+            Offset to = 0;
+            for (int i = 0; i < axes(); ++i) {
+                from += position[i] * strides.from[i];
+                to += position[i] * strides.to[i];
+            }
+            rawdata::transpose(out + to, strides.to[wasInner], in + from, strides.from[0],
+                               static_cast<std::size_t>(rows), static_cast<std::size_t>(columns),
+                               static_cast<std::size_t>(size_));
+            int i = 1;
+            for (; i < axes(); ++i) {
+                if (i == wasInner)
+                    continue;
+                if (++position[i] < image.extent[i])
+                    break;
+                position[i] = 0;
+            }
+            if (i >= axes())
+                return;
+        }
+    }
+
+    bool isSame(const Tile& a, const Tile& b) const {
+        return std::equal(a.first, a.first + axes(), b.first);
+    }
+
+    /// Whether a tile is the first of its cycle, in the order of their places.
+    bool leads(const Tile& tile) const {
+        for (Tile next = imageOf(tile); !isSame(next, tile); next = imageOf(next))
+            if (std::lexicographical_compare(next.first, next.first + axes(), tile.first,
+                                             tile.first + axes()))
+                return false;
+        return true;
+    }
+
+    void runInCycles(unsigned char* data) {
+        forEachTile([&](const Tile& first) {
+            if (!leads(first))
+                return;
+            Tile tile = first;
+            gather(blocks_[0], data, tile);
+            for (;;) {
+                const Tile next = imageOf(tile);
+                const bool isLast = isSame(next, first);
+                if (!isLast)
+                    gather(blocks_[1], data, next);
+                scatter(data, blocks_[0], tile, blocks_[2]);
+                if (isLast)
+                    return;
+                std::swap(blocks_[0], blocks_[1]);
+                tile = next;
+            }
+        });
+    }
+
+    void runFromCopy(unsigned char* data) {
+        if (!copy_)
+            copy_.reset(static_cast<unsigned char*>(ztmalloc(static_cast<std::size_t>(bytes_))));
+        std::memcpy(copy_.get(), data, static_cast<std::size_t>(bytes_));
+        forEachTile([&](const Tile& tile) {
+            gather(blocks_[0], copy_.get(), tile);
+            scatter(data, blocks_[0], tile, blocks_[2]);
+        });
+    }
+
+    Permutation permutation_;
+    Offset size_;
+    Offset bytes_ = 0;
+    Offset sourceStride_[kMostAxes];
+    Offset targetStride_[kMostAxes];
+    Offset side_[kMostAxes];
+    Offset blockBytes_ = 0;
+    Block block_;
+    Block copy_;
+    unsigned char* blocks_[3];
+};
+
+/// Reads the request; false when it is none, or larger than the address space.
+bool readRequest(const int* dims, const int* permutation, int n, Offset size,
+                 Permutation& request) {
+    if (n < 1 || n > kMostAxes || !isPermutation(permutation, n))
+        return false;
+    request.axes = n;
+    Offset bytes = size;
+    for (int i = 0; i < n; ++i) {
+        request.from[i] = permutation[i];
+        request.size[i] = dims[i];
+        if (dims[i] < 0 || (dims[i] > 0 && bytes > PTRDIFF_MAX / dims[i]))
+            return false;
+        bytes *= std::max(dims[i], 1);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool ZtRawData::swapDims(ZtTypedPointer data, int* dims, const int* permutation, int n) {
+    const int size = data.primType().size();
+    if (size == 0 || data.primType() == ZtPrimType::STRING) {
+        rawdata::reportUnsupported(data.primType(), "::swapDims()");
+        return false;
+    }
+    Permutation request;
+    if (!readRequest(dims, permutation, n, size, request))
+        return false;
+    const bool isEmpty = std::count(dims, dims + n, 0) > 0;
+    Permutation moved = simplified(request);
+    if (!isEmpty && !moved.isIdentity()) {
+        // Outer axes that stay where they are count arrays that are permuted one by one.
+        Offset arrays = 1;
+        while (moved.from[moved.axes - 1] == moved.axes - 1)
+            arrays *= moved.size[--moved.axes];
+        Mover mover(moved, static_cast<std::size_t>(size));
+        auto* const bytes = static_cast<unsigned char*>(static_cast<void*>(data));
+        for (Offset i = 0; i < arrays; ++i)
+            mover.run(bytes + i * mover.bytes());
+    }
+    for (int i = 0; i < n; ++i)
+        dims[i] = static_cast<int>(request.size[permutation[i]]);
+    return true;
+}
