@@ -76,7 +76,9 @@ TEST(RawDataRead, ReadsInPiecesUntilAllIsThere) {
         const platform::CallFaults faults;
         const long long expected = std::max(std::min(wanted, size), 0LL);
         ASSERT_EQ(expected, ZtRawData::read(descriptorOf(file), bytes.data(), wanted));
-        ASSERT_TRUE(std::equal(content.begin(), content.begin() + expected, bytes.begin()));
+        ASSERT_TRUE(std::equal(content.begin(),
+                               content.begin() + static_cast<std::ptrdiff_t>(expected),
+                               bytes.begin()));
         const int calls = wanted == size ? 3 : wanted > size ? 4 : wanted > 0 ? 1 : 0;
         EXPECT_EQ(calls, faults.calls(platform::Call::kReadFile)) << wanted;
     }
