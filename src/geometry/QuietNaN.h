@@ -1,6 +1,9 @@
 // The quiet NaN that marks undefined results.
 #pragma once
 
+#include <ztlib/ZtVec3f.h>
+
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -10,4 +13,12 @@ inline float quietNaN() {
     float value;
     std::memcpy(&value, &bits, sizeof value);
     return value;
+}
+
+inline ZtVec3f vectorOfNaN() {
+    return ZtVec3f(quietNaN(), quietNaN(), quietNaN());
+}
+
+inline bool hasNaN(const ZtVec3f& v) {
+    return std::isnan(v.x) || std::isnan(v.y) || std::isnan(v.z);
 }

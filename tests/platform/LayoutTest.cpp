@@ -6,20 +6,26 @@
 #include <ztlib/TrDeployMD5.h>
 #include <ztlib/ZtAllocator.h>
 #include <ztlib/ZtBitfield.h>
+#include <ztlib/ZtBox3f.h>
 #include <ztlib/ZtBytePattern.h>
 #include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtCutBoxPlane.h>
+#include <ztlib/ZtCutBoxPlaneDouble.h>
 #include <ztlib/ZtDArray.h>
 #include <ztlib/ZtDataPointer.h>
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtHandle.h>
+#include <ztlib/ZtLine.h>
 #include <ztlib/ZtLogFile.h>
 #include <ztlib/ZtMat3f.h>
 #include <ztlib/ZtMat4f.h>
 #include <ztlib/ZtMemoryException.h>
 #include <ztlib/ZtMessageCollector.h>
+#include <ztlib/ZtPlane.h>
 #include <ztlib/ZtProgressInterface.h>
 #include <ztlib/ZtResult.h>
 #include <ztlib/ZtRotation.h>
+#include <ztlib/ZtSphere.h>
 #include <ztlib/ZtStringTokenizerGeneral.h>
 #include <ztlib/ZtTmpDir.h>
 #include <ztlib/ZtTypeInfo.h>
@@ -102,6 +108,12 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtMat3f, 36, 36),
              SIZE_OF(ZtMat4f, 64, 64),
              SIZE_OF(ZtRotation, 16, 16),
+             SIZE_OF(ZtBox3f, 24, 24),
+             SIZE_OF(ZtPlane, 16, 16),
+             SIZE_OF(ZtLine, 24, 24),
+             SIZE_OF(ZtSphere, 16, 16),
+             SIZE_OF(ZtCutBoxPlane, 260, 260),
+             SIZE_OF(ZtCutBoxPlaneDouble, 520, 520),
          })
         EXPECT_EQ(kHas32BitPointers ? row.with32BitPointers : row.with64BitPointers, row.actual)
             << row.name;

@@ -2,11 +2,15 @@
 #include <gtest/gtest.h>
 #include <ztlib/ZtBitfield.h>
 #include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtCutBoxPlane.h>
 #include <ztlib/ZtHash.h>
+#include <ztlib/ZtLine.h>
 #include <ztlib/ZtMat3f.h>
 #include <ztlib/ZtMat4f.h>
+#include <ztlib/ZtPlane.h>
 #include <ztlib/ZtProgressInterface.h>
 #include <ztlib/ZtRotation.h>
+#include <ztlib/ZtSphere.h>
 #include <ztlib/ZtString.h>
 #include <ztlib/ZtVec2f.h>
 #include <ztlib/ZtVec3d.h>
@@ -122,6 +126,50 @@ TEST(ResultsDigest, MatricesAndRotations) {
         addAll(s.getValue(), 3);
     }
     EXPECT_EQ(1040739159421695433u, digest.value());
+}
+
+TEST(ResultsDigest, PickingAndCutting) {
+    Numbers numbers;
+    Digest digest;
+    // Misses leave NaN, whose sign is the processor's affair; hits are digested.
+    const auto addIf = [&digest](bool hit, const ZtVec3f& v) {
+        digest.add(hit);
+        for (int k = 0; hit && k < 3; ++k)
+            digest.add(v[k]);
+    };
+    for (int i = 0; i < 5000; ++i) {
+        ZtVec3f p[6];
+        for (ZtVec3f& point : p)
+            point = ZtVec3f{numbers.fraction(), numbers.fraction(), numbers.fraction()};
+        const ZtPlane plane(p[0], p[1], p[2]);
+        const ZtLine line(p[3], p[4]);
+        const ZtBox3f box(0.2f, 0.8f, 0.3f, 0.7f, 0.1f, 0.9f);
+        ZtVec3f a, b;
+        bool front;
+        bool hit = plane.isValid();
+        addIf(hit, plane.getProjectedPoint(p[5]));
+        hit = plane.intersect(line, a);
+        addIf(hit, a);
+        hit = line.getClosestPoints(ZtLine(p[0], p[1]), a, b);
+        addIf(hit, a + b);
+        hit = line.intersect(0.1f, p[0], p[1], a);
+        addIf(hit, a);
+        hit = line.intersect(box, a, b);
+        addIf(hit, a - b);
+        hit = line.intersect(p[0], p[1], p[2], a, b, front);
+        addIf(hit, a + b);
+        hit = ZtSphere(p[5], 0.5f).intersect(line, a, b);
+        addIf(hit, a + b);
+        digest.add(line.intersect(-0.1f, box));
+        ZtVec3f v[6], w[6];
+        const float box2[6] = {0, 2, 0, 3, 0, 4};
+        const ZtCutBoxPlane cutter(box.getValue(), box2, p[0] - p[1]);
+        const int count = cutter.cutPlane(p[2], v, w);
+        digest.add(count);
+        for (int k = 0; k < count; ++k)
+            addIf(true, v[k] - w[k]);
+    }
+    EXPECT_EQ(7235034899807618163u, digest.value());
 }
 
 TEST(ResultsDigest, ConnectedComponents) {
