@@ -1,5 +1,5 @@
-// Cuts a volume obliquely and writes the slice as a picture, as a renderer would: the plane's polygon
-// with a texture coordinate, which is a place among the voxels, at each of its vertices.
+// Cuts a volume obliquely and writes the slice as a picture, as a renderer would: the plane's
+// polygon with a texture coordinate, which is a place among the voxels, at each of its vertices.
 //
 // Usage: oblique_slice VOLUME PICTURE.png
 #include <ztlib/ZtCutBoxPlane.h>
@@ -14,6 +14,7 @@
 #include <string>
 
 #include "ztlabel/Canvas.h"
+#include "ztlabel/Failure.h"
 #include "ztlabel/TerminalProgress.h"
 #include "ztlabel/Volume.h"
 
@@ -22,7 +23,8 @@ namespace {
 using ztlabel::Canvas;
 using ztlabel::Volume;
 
-constexpr float kPixelsPerMillimetre = 4;
+constexpr float kPixelsPerMillimetre = 2.5f;
+constexpr double kWhite = 0.7;  // the share of the largest value that is shown as white
 constexpr int kMargin = 24;
 constexpr ztlabel::Colour kBackground = {0.05f, 0.06f, 0.08f};
 constexpr ztlabel::Colour kOutline = {0.95f, 0.65f, 0.25f};
@@ -53,8 +55,8 @@ Polygon cut(const Volume& volume, const ZtVec3f& normal) {
 
     Polygon polygon;
     ZtVec3f vertices[6];
-    polygon.count = ZtCutBoxPlane(millimetres, voxels, normal)
-                        .cutPlane(centre, vertices, polygon.voxels);
+    polygon.count =
+        ZtCutBoxPlane(millimetres, voxels, normal).cutPlane(centre, vertices, polygon.voxels);
     // Towards the viewer the normal, up on the picture the volume's z axis. Pixels count downwards.
     ZtVec3f up = ZtVec3f(0, 0, 1) - normal * normal.z;
     up.normalize();
@@ -90,6 +92,13 @@ double valueAt(const Volume& volume, const ZtVec3f& place) {
                    volume.scaled(voxels[(first[l][2] * ny + first[j][1]) * nx + first[i][0]]);
         }
         return sum;
+    });
+}
+
+double largestValue(const Volume& volume) {
+    return volume.visit([&](const auto* voxels) {
+        const auto count = static_cast<std::size_t>(volume.header().nvox);
+        return volume.scaled(*std::max_element(voxels, voxels + count));
     });
 }
 
@@ -145,28 +154,31 @@ void drawSlice(const Volume& volume, const std::string& picture) {
     const ZtVec2f size = high - low + 2.0f * margin;
     Canvas canvas(static_cast<int>(size.x), static_cast<int>(size.y), kBackground);
 
-    double white = 0;
-    volume.visit([&](const auto* voxels) {
-        for (std::size_t i = 0; i < static_cast<std::size_t>(volume.header().nvox); ++i)
-            white = std::max(white, volume.scaled(voxels[i]));
-    });
+    const double white = kWhite * largestValue(volume);
+    double sum = 0;
+    long count = 0;
     // A fan of triangles from the first vertex, as graphics hardware draws polygons.
     for (int i = 1; i + 1 < polygon.count; ++i) {
         const ZtVec2f corners[3] = {polygon.pixels[0] + origin, polygon.pixels[i] + origin,
                                     polygon.pixels[i + 1] + origin};
         const ZtVec3f voxels[3] = {polygon.voxels[0], polygon.voxels[i], polygon.voxels[i + 1]};
         forEachPixel(corners, voxels, [&](int x, int y, const ZtVec3f& voxel) {
-            const auto grey = static_cast<float>(valueAt(volume, voxel) / white);
+            const double value = valueAt(volume, voxel);
+            const auto grey = static_cast<float>(std::clamp(value / white, 0.0, 1.0));
             canvas.blend(x, y, {grey, grey, grey}, 1);
+            sum += value;
+            ++count;
         });
     }
     drawOutline(canvas, polygon, origin);
     const std::string title = "normal 0.5, -0.6, 0.7, through the centre";
-    canvas.text(kMargin, kMargin / 2.0, title, 11, kTitle, true);
+    canvas.text(kMargin, canvas.height() - kMargin / 2.0 - 4, title, 11, kTitle, true);
 
     const std::string png = canvas.png();
-    std::ofstream(picture, std::ios::binary).write(png.data(), static_cast<long>(png.size()));
-    std::printf("%d vertices\n", polygon.count);
+    std::ofstream file(picture, std::ios::binary);
+    if (!file.write(png.data(), static_cast<std::streamsize>(png.size())).flush())
+        throw ztlabel::Failure("cannot write '" + picture + "'");
+    std::printf("%d vertices, mean value %.1f\n", polygon.count, sum / static_cast<double>(count));
     for (int i = 0; i < polygon.count; ++i)
         std::printf("voxel %.2f %.2f %.2f\n", static_cast<double>(polygon.voxels[i].x),
                     static_cast<double>(polygon.voxels[i].y),
