@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <iosfwd>
 
+class NameIndex;
 class NwParameter;
 class TextOut;
 class ZtString;
@@ -127,7 +128,7 @@ public:
     /// Merges a copy of a node in. A parameter is inserted; of a bundle, the children are: where
     /// there is a bundle of the name of a child, these two are merged, and everything else is
     /// inserted, replacing what bears its name. Nodes with flag 2 set are left out, also as the
-    /// source itself. O(size of the source x sizes of the bundles here).
+    /// source itself.
     void copy(const NwParamBase& source);
     void copy(const NwParamBase* source);
     /// The same without regard to flag 2 and with the edit checks of the nodes that are inserted.
@@ -161,15 +162,17 @@ private:
 
     NwParamBundle(BaseOnly, const NwParamBundle& other);
     int indexSorted(const char* name) const;
-    void adopt(NwParamBase* node, bool replace);
+    void insertBy(NameIndex* index, NwParamBase* node, bool replace);
+    void adopt(NwParamBase* node, bool replace, NameIndex* index = nullptr);
     void reserve(int more);
-    void link(NwParamBase* node, bool replace);
+    void link(NwParamBase* node, bool replace, NameIndex* index);
     void countBundles(int more);
     void takeOut(int at);
     void detach(NwParamBase* node);
     void merge(const NwParamBase& source, bool all);
     void mergeBundle(const NwParamBundle& source, bool all);
-    void insertCopy(const NwParamBase& source, bool all, bool isFirst);
+    void mergeParameters(const NwParamBundle& source, bool all, bool replace);
+    void insertCopy(const NwParamBase& source, bool all, bool replace, NameIndex* index);
     void printTo(TextOut& out, int level, const char* name) const;
     ZtString streamText(int level, const char* name) const;
     template <class... Value>

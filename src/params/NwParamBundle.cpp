@@ -2,11 +2,13 @@
 #include <ztlib/NwParamBundle.h>
 #include <ztlib/NwParameter.h>
 
+#include "params/NameIndex.h"
 #include "params/ParamNames.h"
 #include "params/ParamTree.h"
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 
 using paramnames::Key;
 
@@ -198,6 +200,11 @@ void NwParamBundle::sortParameters() {
 }
 
 void NwParamBundle::insert(NwParamBase* node, int replace) {
+    insertBy(nullptr, node, replace != 0);
+}
+
+// Searches by the index where there is one.
+void NwParamBundle::insertBy(NameIndex* index, NwParamBase* node, bool replace) {
     if (node == nullptr || node->owner_ == this || paramtree::contains(*node, *this))
         return;
     NwParamBundle* const from = node->owner_;
@@ -212,13 +219,13 @@ void NwParamBundle::insert(NwParamBase* node, int replace) {
     node->owner_ = from;
     if (from != nullptr)
         from->detach(node);
-    link(node, replace != 0);
+    link(node, replace, index);
 }
 
 // Inserts a node that is nobody's yet.
-void NwParamBundle::adopt(NwParamBase* node, bool replace) {
+void NwParamBundle::adopt(NwParamBase* node, bool replace, NameIndex* index) {
     try {
-        insert(node, replace ? 1 : 0);
+        insertBy(index, node, replace);
     } catch (...) {
         delete node;
         throw;
@@ -231,12 +238,19 @@ void NwParamBundle::reserve(int more) {
     children_.resize(n);
 }
 
-// Expects room for one child and a node without owner that this bundle does not lie in.
-void NwParamBundle::link(NwParamBase* node, bool replace) {
+// Expects room for one more and a node without owner that this bundle does not
+// lie in.
+void NwParamBundle::link(NwParamBase* node, bool replace, NameIndex* index) {
     const bool isBundle = node->isBundle() != 0;
     const int first = isBundle ? 0 : nBundles();
     const int last = isBundle ? nBundles() : size();
-    const int at = replace ? searchIn(children_, first, last, Key::exactly(node->name())) : -1;
+    const bool isIndexed = index != nullptr && !isBundle;
+    const Key key = Key::exactly(node->name());
+    int at = -1;
+    if (replace && isIndexed)
+        at = index->find(key) < 0 ? -1 : first + index->find(key);
+    else if (replace)
+        at = searchIn(children_, first, last, key);
     node->owner_ = this;
     isSorted_ = 0;
     if (at >= 0) {
@@ -248,6 +262,8 @@ void NwParamBundle::link(NwParamBase* node, bool replace) {
     } else {
         children_.insert(last, node);
         countBundles(isBundle ? 1 : 0);
+        if (isIndexed)
+            index->add(last - first);
     }
     touch();
 }
@@ -286,11 +302,13 @@ void NwParamBundle::move(NwParamBundle& other) {
     if (paramtree::contains(other, *this))
         return;
     const bool wasEmpty = children_.isEmptyArray();
+    std::optional<NameIndex> index;
     if (!wasEmpty) {
         // What may fail comes before anything has changed places.
         for (NwParamBase* child : other.children_)
             nameBoundaries(*child);
         reserve(other.size());
+        index.emplace(*this, other.size());
     }
     ZtDArray<NwParamBase*> moved;
     moved.swapWith(other.children_);
@@ -308,7 +326,7 @@ void NwParamBundle::move(NwParamBundle& other) {
     }
     // A bundle that is replaced may hold the other one.
     for (NwParamBase* child : moved)
-        link(child, true);
+        link(child, true, &*index);
 }
 
 void NwParamBundle::move(NwParamBundle* other) {

@@ -1,9 +1,11 @@
 // Copies of whole trees and how they are merged into others.
 #include <ztlib/NwParamBundle.h>
 
+#include "params/NameIndex.h"
 #include "params/ParamTree.h"
 
 #include <memory>
+#include <optional>
 #include <typeinfo>
 
 namespace {
@@ -12,7 +14,7 @@ namespace {
 struct Merge {
     const NwParamBundle* source;
     NwParamBundle* target;
-    int next;         // index of the source's child whose turn it is
+    int next;         // index of the source's bundle whose turn it is
     bool wasEmpty;    // the target, before
     bool isDetached;  // the target is to be inserted when it is complete
 };
@@ -91,10 +93,8 @@ void NwParamBundle::copyAll(const NwParamBase* source) {
 void NwParamBundle::merge(const NwParamBase& source, bool all) {
     if (!all && source.flag(kNotCopied) != 0)
         return;
-    if (!source.isBundle()) {
-        insertCopy(source, all, size() == 0);
-        return;
-    }
+    if (!source.isBundle())
+        return insertCopy(source, all, all || size() > 0, nullptr);
     const auto& bundle = static_cast<const NwParamBundle&>(source);
     if (!paramtree::areRelated(*this, source))
         return mergeBundle(bundle, all);
@@ -105,12 +105,24 @@ void NwParamBundle::merge(const NwParamBase& source, bool all) {
 }
 
 // Inserts a copy of a parameter.
-void NwParamBundle::insertCopy(const NwParamBase& source, bool all, bool isFirst) {
+void NwParamBundle::insertCopy(const NwParamBase& source, bool all, bool replace,
+                               NameIndex* index) {
     NwParamEditCheck* const check = source.editCheck_;  // the source may be replaced by its copy
     NwParamBase* const copy = source.duplicate();
-    adopt(copy, all || !isFirst);
+    adopt(copy, replace, index);
     if (all)
         copy->setEditCheck(check);
+}
+
+void NwParamBundle::mergeParameters(const NwParamBundle& source, bool all, bool replace) {
+    constexpr int kFew = 8;  // for which searching is as quick
+    const int count = source.size() - source.nBundles();
+    std::optional<NameIndex> index;
+    if (replace && count > kFew)
+        index.emplace(*this, count);
+    for (int i = source.nBundles(); i < source.size(); ++i)
+        if (all || source[i]->flag(kNotCopied) == 0)
+            insertCopy(*source[i], all, replace, index ? &*index : nullptr);
 }
 
 void NwParamBundle::mergeBundle(const NwParamBundle& source, bool all) {
@@ -120,35 +132,30 @@ void NwParamBundle::mergeBundle(const NwParamBundle& source, bool all) {
         Merge& merge = merges.last();
         NwParamBundle& target = *merge.target;
         const bool replace = all || !merge.wasEmpty;
-        if (merge.next >= merge.source->size()) {
+        if (merge.next >= merge.source->nBundles()) {
+            target.mergeParameters(*merge.source, all, replace);
             const Merge done = merges.end();
             if (done.isDetached)
                 merges.last().target->adopt(done.target, !merges.last().wasEmpty);
             continue;
         }
-        const NwParamBase& child = *(*merge.source)[merge.next++];
+        const NwParamBundle& child = *merge.source->bundle(merge.next++);
         if (!all && child.flag(kNotCopied) != 0)
             continue;
-        if (!child.isBundle()) {
-            target.insertCopy(child, all, merge.wasEmpty);
-            continue;
-        }
-        const auto& bundle = static_cast<const NwParamBundle&>(child);
         // Classes that derive from the bundle copy themselves.
         const bool isPlain = typeid(child) == typeid(NwParamBundle);
         if (NwParamBundle* const same = replace ? target.bundle(child.name()) : nullptr) {
-            merges.begin(bundle, *same);
+            merges.begin(child, *same);
         } else if (all) {
-            NwParamBundle* const made =
-                isPlain ? new NwParamBundle(BaseOnly(), bundle) : bundle.duplicate();
+            auto* const made = isPlain ? new NwParamBundle(BaseOnly(), child) : child.duplicate();
             target.adopt(made, true);
             made->setEditCheck(child.editCheck_);
-            merges.begin(bundle, *made);
+            merges.begin(child, *made);
         } else if (isPlain) {
             merges.beginDetached(
-                bundle, std::unique_ptr<NwParamBundle>(new NwParamBundle(BaseOnly(), bundle)));
+                child, std::unique_ptr<NwParamBundle>(new NwParamBundle(BaseOnly(), child)));
         } else {
-            target.adopt(bundle.duplicate(), replace);
+            target.adopt(child.duplicate(), replace);
         }
     }
 }

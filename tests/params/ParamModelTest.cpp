@@ -106,28 +106,28 @@ void ModelTest::setSomething(const Pair& at) {
     const double doubles[] = {1.0 / 3, static_cast<double>(random_()) * 100, 1e-300};
     const auto values = [n](const auto* from) { return std::vector<double>(from, from + n); };
     const char* const text = pick(kTexts);
+    Node value = Model::string("", text);
     switch (pick(6)) {
         case 0:
             at.bundle().set(name, integers[0]);
-            return at.model->setByName(name,
-                                       *Model::number("", ZtPrimType::INT, {double(integers[0])}));
+            value = Model::number("", ZtPrimType::INT, {static_cast<double>(integers[0])});
+            break;
         case 1:
             at.bundle().set(name, n, integers);
-            return at.model->setByName(name, *Model::number("", ZtPrimType::INT, values(integers)));
+            value = Model::number("", ZtPrimType::INT, values(integers));
+            break;
         case 2:
             at.bundle().set(name, n, floats);
-            return at.model->setByName(name, *Model::number("", ZtPrimType::FLOAT, values(floats)));
+            value = Model::number("", ZtPrimType::FLOAT, values(floats));
+            break;
         case 3:
             at.bundle().set(name, n, doubles);
-            return at.model->setByName(name,
-                                       *Model::number("", ZtPrimType::DOUBLE, values(doubles)));
-        case 4:
-            at.bundle().set(name, doubles[1]);
-            return at.model->setByName(name, *Model::number("", ZtPrimType::DOUBLE, {doubles[1]}));
+            value = Model::number("", ZtPrimType::DOUBLE, values(doubles));
+            break;
         default:
             at.bundle().set(name, text);
-            return at.model->setByName(name, *Model::string("", text));
     }
+    at.model->setByName(name, *value);
 }
 
 void ModelTest::step(unsigned operation) {
