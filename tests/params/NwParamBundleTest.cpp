@@ -82,38 +82,20 @@ TEST(ParamBundle, ReadsNumbersFromWhatItFinds) {
 }
 
 TEST(ParamBundle, ReadsColours) {
-    struct Row {
-        const char* text;
-        bool isColor;
+    const std::pair<const char*, ZtColor> colors[] = {
+        {"0.25 0.5 1", {0.25f, 0.5f, 1}}, {" 1\t1 1 ", {1, 1, 1}},
+        {"0 1 255", {0, 1 / 255.f, 1}},   {"#0001fF ", {0, 1 / 255.f, 1}},
+        {"#f08", {1, 0, 136 / 255.f}},    {" Orange", {1, 165 / 255.f, 0}}};
+    for (const auto& [text, expected] : colors) {
         ZtColor color;
-    };
-    const ZtColor third(0, 1 / 255.f, 1);
-    const Row rows[] = {{"0.25 0.5 1", true, {0.25f, 0.5f, 1}},
-                        {" 1\t1 1 ", true, {1, 1, 1}},
-                        {"0 1 255", true, third},
-                        {"#0001fF ", true, third},
-                        {"#f08", true, {1, 0, 136 / 255.f}},
-                        {" Orange", true, {1, 165 / 255.f, 0}},
-                        {"RED", true, {1, 0, 0}},
-                        {"2 0.5 0", false, {}},
-                        {"1 2 256", false, {}},
-                        {"1 -1 0", false, {}},
-                        {"1.5 0 0", false, {}},
-                        {"1 1", false, {}},
-                        {"1 1 1 1", false, {}},
-                        {"nan 0 0", false, {}},
-                        {"#12345", false, {}},
-                        {"#gggggg", false, {}},
-                        {"#", false, {}},
-                        {"re", false, {}},
-                        {"reddish", false, {}},
-                        {"", false, {}},
-                        {"99999999999 0 0", false, {}}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.text);
+        EXPECT_TRUE(color.setValue(text)) << text;
+        EXPECT_EQ(expected, color) << text;
+    }
+    for (const char* text : {"2 0.5 0", "1 2 256", "1 -1 0", "1.5 0 0", "1 1", "1 1 1 1", "nan 0 0",
+                             "#12345", "#gggggg", "#", "re", "reddish", "", "99999999999 0 0"}) {
         ZtColor color(9, 9, 9);
-        EXPECT_EQ(row.isColor, color.setValue(row.text));
-        EXPECT_EQ(row.isColor ? row.color : ZtColor(9, 9, 9), color);
+        EXPECT_FALSE(color.setValue(text)) << text;
+        EXPECT_EQ(ZtColor(9, 9, 9), color) << text;
     }
     NwParamBundle bundle("b");
     float rgb[3] = {0.1f, 0.2f, 0.3f};
