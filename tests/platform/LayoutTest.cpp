@@ -25,6 +25,7 @@
 #include <ztlib/ZtProgressInterface.h>
 #include <ztlib/ZtResult.h>
 #include <ztlib/ZtRotation.h>
+#include <ztlib/ZtScanConvert.h>
 #include <ztlib/ZtSphere.h>
 #include <ztlib/ZtStringTokenizerGeneral.h>
 #include <ztlib/ZtTmpDir.h>
@@ -97,6 +98,7 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(NwParameter, 32, 56),
              SIZE_OF(NwParamBundle, 36, 64),
              SIZE_OF(NwParamEditCheck, 4, 8),
+             SIZE_OF(ZtScanConvert, 28, 40),
              SIZE_OF(ZtVec2f, 8, 8),
              SIZE_OF(ZtVec3f, 12, 12),
              SIZE_OF(ZtVec4f, 16, 16),
