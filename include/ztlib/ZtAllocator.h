@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ztlib/ZtExport.h>
+#include <ztlib/ZtPooledAllocator.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -15,7 +16,7 @@ public:
 
     enum AllocatorType : int {
         MALLOC = 0,     ///< The runtime's `malloc` and `free`.
-        NEDMALLOC = 1,  ///< The pooled allocator; not there yet, so both functions are null.
+        NEDMALLOC = 1,  ///< The pooled allocator's `nedmalloc` and `nedfree`.
         NEW_DELETE = 2  ///< `operator new`, null where it throws, and `operator delete`.
     };
 
@@ -23,9 +24,11 @@ public:
     // Here and not in the library, since `malloc` may have another address there.
     ZtAllocator(int type = MALLOC)
         : allocate_(type == MALLOC       ? &std::malloc
+                    : type == NEDMALLOC  ? &nedmalloc
                     : type == NEW_DELETE ? &newBlock
                                          : nullptr),
           deallocate_(type == MALLOC       ? &std::free
+                      : type == NEDMALLOC  ? &nedfree
                       : type == NEW_DELETE ? &deleteBlock
                                            : nullptr) {}
 

@@ -162,8 +162,9 @@ TEST(ZtBytePattern, CountsBelowOneHoldNothing) {
 TEST(ZtAllocator, NamesAPairOfFunctions) {
     EXPECT_TRUE(ZtAllocator() == ZtAllocator(&std::malloc, &std::free));
     EXPECT_TRUE(ZtAllocator(ZtAllocator::NEDMALLOC) == ZtAllocator(1));
+    EXPECT_TRUE(ZtAllocator(ZtAllocator::NEDMALLOC) == ZtAllocator(nedmalloc, nedfree));
     EXPECT_TRUE(ZtAllocator(ZtAllocator::NEW_DELETE) != ZtAllocator(ZtAllocator::MALLOC));
-    for (const int type : {ZtAllocator::MALLOC, ZtAllocator::NEW_DELETE}) {
+    for (const int type : {ZtAllocator::MALLOC, ZtAllocator::NEDMALLOC, ZtAllocator::NEW_DELETE}) {
         const ZtAllocator allocator(type);
         void* const block = allocator.allocate(100);
         ASSERT_NE(nullptr, block);
@@ -171,7 +172,7 @@ TEST(ZtAllocator, NamesAPairOfFunctions) {
         allocator.deallocate(nullptr);
         EXPECT_EQ(nullptr, allocator.allocate(PTRDIFF_MAX));
     }
-    for (const int type : {1, 7, -1}) {
+    for (const int type : {3, 7, -1}) {
         EXPECT_EQ(nullptr, ZtAllocator(type).allocate(1));
         int notABlock = 0;
         ZtAllocator(type).deallocate(&notABlock);
