@@ -224,7 +224,8 @@ void ModelTest::step(unsigned operation) {
             if (parameters_.empty())
                 return;
             const Pair a = parameters_[pick(static_cast<unsigned>(parameters_.size()))];
-            const Pair b = parameters_[pick(static_cast<unsigned>(parameters_.size()))];
+            const Pair b =
+                pick(3) == 0 ? a : parameters_[pick(static_cast<unsigned>(parameters_.size()))];
             if (flag) {
                 a.parameter() = b.parameter();
                 return a.model->assignParameter(*b.model);
