@@ -279,7 +279,8 @@ TEST(ParamBundle, OwnsNodesOfEveryClass) {
 TEST(ParamBundle, SurvivesExhaustedMemory) {
     const auto fill = [](NwParamBundle& bundle) {
         bundle.set("a", 1);
-        bundle.bundle("BoundaryIds", 1)->bundle("sub", 1)->set("b", "text");
+        bundle.bundle("BoundaryIds", 1)->bundle("BoundaryConditions more", 1)->set("b", "text");
+        bundle.bundle(0)->bundle(0)->setName("BoundaryConditions");
     };
     NwParamBundle other("other");
     fill(other);
@@ -305,6 +306,7 @@ TEST(ParamBundle, SurvivesExhaustedMemory) {
              b.setAsString("a", 1, &n);
          },
          true},
+        {"insert", [](NwParamBundle& b) { b.insert(b.bundle(0)->bundle(0)); }, true},
         {"copy", [&](NwParamBundle& b) { b.copy(other); }, false},
         {"copyAll", [&](NwParamBundle& b) { b.copyAll(other); }, false},
         {"copy of itself", [&](NwParamBundle& b) { b.copy(b); }, false},
@@ -330,11 +332,13 @@ TEST(ParamBundle, SurvivesExhaustedMemory) {
         failEveryAllocation(
             make, [&](auto& bundle) { row.operate(*bundle); },
             [&](auto& bundle) {
-                if (row.isAllOrNothing)
+                if (row.isAllOrNothing) {
                     EXPECT_EQ(before, printed(*bundle));
-                else
+                    EXPECT_EQ(bundle->bundle(0), bundle->bundle(0)->bundle(0)->owner());
+                } else {
                     EXPECT_EQ(bundle.get(),
                               bundle->size() > 0 ? (*bundle)[0]->owner() : bundle.get());
+                }
             });
     }
 }

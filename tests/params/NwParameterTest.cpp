@@ -105,6 +105,13 @@ TEST(Parameter, MarksItselfAndWhatItLiesIn) {
     EXPECT_EQ(2 | 16, p.isNew());
     EXPECT_EQ(8 | 16, inner.isNew());
     EXPECT_EQ(8 | 16, outer.isNew());
+    for (double value : {0.0, -0.0, 123456789012.0, 4e9, -1e300, 1e-300, 1e-45, 0.1, 1e39}) {
+        const auto single = static_cast<float>(value);
+        for (NwParameter same : {NwParameter("p", value), NwParameter("p", 1, &single)}) {
+            same.parse(std::string(same.getString()).c_str());
+            EXPECT_EQ(0, same.isNew()) << same.getString();
+        }
+    }
     EXPECT_EQ(0, NwParameter("p", "", 1).isNew());
     EXPECT_EQ(ZtPrimType::STRING, NwParameter("p", nullptr, 1).primType());
     EXPECT_EQ(18, NwParameter("p", "1 2 3", 1).isNew());
