@@ -73,4 +73,13 @@ public:
     /// they were, where `scan` returns -1.
     static bool scan3(const char* path, ZtDArray<ZtString, 1>& files, ZtDArray<ZtString, 1>& dirs,
                       const char* pattern = nullptr);
+
+    /// Copies a directory with everything in it to `to`, which is made, one level, if it is
+    /// missing, and filled up if it is there; files of the same names are replaced. Links in it are
+    /// copied as links, and nothing is written through a link. Permissions are copied as far as the
+    /// system lets them pass, but the owner may always fill the directories; times are not. Returns
+    /// the number of directories, files and links copied, `from` included, or -1 if anything could
+    /// not be: that is told on standard error, and the rest is copied all the same. Devices and the
+    /// like cannot be; nor a directory into itself or below. Any depth; a few descriptors.
+    static int copy(const char* from, const char* to);
 };

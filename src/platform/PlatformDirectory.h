@@ -18,12 +18,21 @@ public:
     TreeCursor(const TreeCursor&) = delete;
     TreeCursor& operator=(const TreeCursor&) = delete;
 
-    /// Goes to a directory; a path that ends in a link is none (ENOTDIR). Expects no separator at
-    /// its end, but for a root.
-    int open(const char* path);
+    enum LastLink { kRefuseLink, kFollowLink };
+
+    /// Goes to a directory. A path that ends in a link is followed or is none (ENOTDIR). Expects no
+    /// separator at its end, but for a root.
+    int open(const char* path, LastLink lastLink = kRefuseLink);
 
     /// Whether there is no way up: the root of all directories or of a drive.
     bool isRoot() const;
+
+    /// Whether this directory is the other one or lies below it; also when that cannot be found
+    /// out.
+    bool isWithin(const TreeCursor& other) const;
+
+    /// Returns the permissions of the directory.
+    int mode() const;
 
     /// Goes down to a directory of this one.
     int enter(const char* name);
@@ -31,10 +40,15 @@ public:
     /// Goes back up; expects that there was a step down.
     int leave();
 
-    int makeDirectory(const char* name, int mode);
+    int makeDirectory(const char* name, int mode) const;
     /// Removes anything but a directory; a link to one is none.
-    int removeFile(const char* name);
-    int removeDirectory(const char* name);
+    int removeFile(const char* name) const;
+    int removeDirectory(const char* name) const;
+
+    /// Copy a file or a link to the directory where another cursor stands, by the same name. What
+    /// has the name there is replaced, if it is no directory; nothing is written through a link.
+    int copyFile(const char* name, const TreeCursor& target) const;
+    int copyLink(const char* name, const TreeCursor& target) const;
 
 private:
     friend class DirectorySearch;

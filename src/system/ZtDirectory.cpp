@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "platform/PlatformDirectory.h"
+#include "system/CopyTree.h"
 #include "system/Slashes.h"
 
 namespace {
@@ -92,21 +93,14 @@ char ZtDirectory::pathDelimiter() {
 }
 
 bool ZtDirectory::isDirectory(const char* path) {
-    ZtString name(path);
-    if (name.isEmptyString())
+    if (!path || !*path)
         return false;
-    for (bool mayTryAgain = name.index('\\') >= 0;; mayTryAgain = false) {
-        zt_system::removeTrailingSlashes(name);
-        const EntryKind kind = platform::kindOf(name.getString());
-        if (kind != EntryKind::kMissing)
-            return kind == EntryKind::kDirectory ||
-                   (kind == EntryKind::kLink && platform::leadsToDirectory(name.getString()));
-        if (!mayTryAgain)
-            break;
-        name.replace('\\', '/');
-    }
-    // What cannot be found counts as a directory: callers rely on it.
-    return !platform::isVolumeRoot(path);
+    EntryKind kind;
+    const ZtString name = zt_system::findSpelling(path, kind);
+    if (kind == EntryKind::kMissing)  // counts as a directory: callers rely on it
+        return !platform::isVolumeRoot(path);
+    return kind == EntryKind::kDirectory ||
+           (kind == EntryKind::kLink && platform::leadsToDirectory(name.getString()));
 }
 
 long long ZtDirectory::freeSpace(const char* path) {
@@ -166,4 +160,8 @@ bool ZtDirectory::scan3(const char* path, Names& files, Names& dirs, const char*
     filesGuard.keep();
     dirsGuard.keep();
     return true;
+}
+
+int ZtDirectory::copy(const char* from, const char* to) {
+    return zt_system::copyTree(from, to);
 }

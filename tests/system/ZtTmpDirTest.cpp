@@ -11,9 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include "DeepTree.h"
 #include "EnvironmentVariable.h"
 #include "ScratchFolder.h"
-#include "platform/PlatformDirectory.h"
 #include "platform/PlatformFaults.h"
 
 namespace {
@@ -171,56 +171,21 @@ TEST(ZtTmpDirRemove, NeverFollowsALink) {
     EXPECT_TRUE(fs::is_symlink(folder.path() / "link"));
 }
 
-// Makes a chain of directories with a file in each.
-void makeDeepTree(const std::string& path, int depth, const std::string& name) {
-    fs::create_directory(path);
-    platform::TreeCursor cursor;
-    ASSERT_EQ(0, cursor.open(path.c_str()));
-    for (int level = 0; level < depth; ++level) {
-        ASSERT_EQ(0, cursor.makeDirectory(name.c_str(), 0777));
-        ASSERT_EQ(0, cursor.enter(name.c_str()));
-    }
-}
-
-// Keeps the largest number of descriptors that the process has open at the calls it sees.
-struct DescriptorCount {
-    long most = 0;
-
-    static long now() {
-        const fs::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    }
-    static void note(void* count) {
-        long& most = static_cast<DescriptorCount*>(count)->most;
-        most = std::max(most, now());
-    }
-};
-
 TEST(ZtTmpDirRemove, DepthCostsNeitherStackNorDescriptors) {
     const ScratchFolder folder;
-    struct Row {
-        int depth;
-        std::string name;
-    };
-    // Paths of Windows have no more than 32767 characters, those of Wine about 4000.
-    std::vector<Row> rows{{100, "0123456789"}};
+    const DeepTree tree = deepTree();
+    ASSERT_NO_FATAL_FAILURE(tree.make(folder.of("deep")));
+    ZtTmpDir directory;
+    directory = folder.of("deep").c_str();
+    CallFaults faults;
+    DescriptorCount count;
+    const long before = kNamesAreBytes ? DescriptorCount::now() : 0;
     if (kNamesAreBytes)
-        rows = {{2000, std::string(254, '\xfe') + "\x81"}, {8000, "d"}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.depth);
-        ASSERT_NO_FATAL_FAILURE(makeDeepTree(folder.of("deep"), row.depth, row.name));
-        ZtTmpDir directory;
-        directory = folder.of("deep").c_str();
-        CallFaults faults;
-        DescriptorCount count;
-        const long before = kNamesAreBytes ? DescriptorCount::now() : 0;
-        if (kNamesAreBytes)
-            faults.before(Call::kRemoveDirectory, DescriptorCount::note, &count);
-        EXPECT_EQ(0, directory.remove());
-        EXPECT_EQ(row.depth + 1, faults.calls(Call::kRemoveDirectory));
-        EXPECT_FALSE(fs::exists(folder.path() / "deep"));
-        EXPECT_LE(count.most, before + 16);
-    }
+        faults.before(Call::kRemoveDirectory, DescriptorCount::note, &count);
+    EXPECT_EQ(0, directory.remove());
+    EXPECT_EQ(tree.depth + 1, faults.calls(Call::kRemoveDirectory));
+    EXPECT_FALSE(fs::exists(folder.path() / "deep"));
+    EXPECT_LE(count.most, before + 16);
 }
 
 TEST(ZtTmpDirRemove, TenThousandFiles) {

@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "platform/posix/SystemCall.h"
@@ -46,6 +48,52 @@ unsigned long long ticksOf(long long seconds, long long nanoseconds) {
     const long long since1601 = std::max(seconds + kFrom1601To1970, 0LL);
     return static_cast<unsigned long long>(since1601) * 10000000 +
            static_cast<unsigned long long>(nanoseconds) / 100;
+}
+
+}  // namespace
+
+namespace {
+
+// A file that is closed in the end.
+class Descriptor {
+public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor() { close(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+
+    int get() const { return number_; }
+    // Returns an error: some file systems tell only here what could not be written.
+    int close() {
+        const int result = number_ < 0 ? 0 : ::close(number_);
+        number_ = -1;
+        return result == 0 || errno == EINTR ? 0 : errno;
+    }
+
+private:
+    int number_;
+};
+
+// Writes all that follows in one file to another.
+int copyContent(int from, int to) {
+    char buffer[65536];
+    for (;;) {
+        const ssize_t size = callSystem(Call::kReadFile, ssize_t{-1},
+                                        [&] { return read(from, buffer, sizeof buffer); });
+        if (size <= 0)
+            return size == 0 ? 0 : errno;
+        for (ssize_t done = 0; done < size;) {
+            const ssize_t written = callSystem(Call::kWriteFile, ssize_t{-1}, [&] {
+                return write(to, buffer + done, static_cast<std::size_t>(size - done));
+            });
+            if (written < 0)
+                return errno;
+            done += written;
+        }
+    }
 }
 
 }  // namespace
@@ -97,11 +145,10 @@ struct TreeCursor::State {
 
 namespace {
 
-// Opens a directory below another, but no link to one; -1 if it cannot be opened.
-int openDirectory(int parent, const char* name) {
-    return callSystem(Call::kOpenDirectory, -1, [&] {
-        return openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    });
+// Opens a directory below another, by default no link to one; -1 if it cannot be opened.
+int openDirectory(int parent, const char* name, int flags = O_RDONLY | O_NOFOLLOW) {
+    return callSystem(Call::kOpenDirectory, -1,
+                      [&] { return openat(parent, name, flags | O_DIRECTORY | O_CLOEXEC); });
 }
 
 // The error of an attempt to open a directory: a link is no directory.
@@ -115,12 +162,13 @@ TreeCursor::~TreeCursor() {
     delete state_;
 }
 
-int TreeCursor::open(const char* path) {
+int TreeCursor::open(const char* path, LastLink lastLink) {
     delete state_;
     state_ = new (std::nothrow) State;
     if (!state_)
         return ENOMEM;
-    const int descriptor = openDirectory(AT_FDCWD, path);
+    const int descriptor =
+        openDirectory(AT_FDCWD, path, lastLink == kFollowLink ? O_RDONLY : O_RDONLY | O_NOFOLLOW);
     return descriptor < 0 ? openError() : state_->push(descriptor);
 }
 
@@ -130,6 +178,29 @@ bool TreeCursor::isRoot() const {
     return errorOf(Call::kExamine, [&] { return fstatat(here.descriptor, "..", &parent, 0); }) ==
                0 &&
            parent.st_dev == here.device && parent.st_ino == here.inode;
+}
+
+bool TreeCursor::isWithin(const TreeCursor& other) const {
+    const State::Level& sought = other.state_->levels.back();
+    // Ancestors need not be readable, so they are opened as mere places.
+    Descriptor here(openDirectory(state_->descriptor(), ".", O_PATH));
+    struct stat status;
+    struct stat below = {};
+    for (;;) {
+        if (here.get() < 0 || fstat(here.get(), &status) != 0)
+            return true;
+        if (status.st_dev == sought.device && status.st_ino == sought.inode)
+            return true;
+        if (status.st_dev == below.st_dev && status.st_ino == below.st_ino)
+            return false;  // the root is its own parent
+        below = status;
+        here = Descriptor(openDirectory(here.get(), "..", O_PATH));
+    }
+}
+
+int TreeCursor::mode() const {
+    struct stat status;
+    return fstat(state_->descriptor(), &status) == 0 ? status.st_mode & 0777 : 0777;
 }
 
 int TreeCursor::enter(const char* name) {
@@ -159,18 +230,61 @@ int TreeCursor::leave() {
     return error;
 }
 
-int TreeCursor::makeDirectory(const char* name, int mode) {
+int TreeCursor::makeDirectory(const char* name, int mode) const {
     return errorOf(Call::kMakeDirectory,
                    [&] { return mkdirat(state_->descriptor(), name, static_cast<mode_t>(mode)); });
 }
 
-int TreeCursor::removeFile(const char* name) {
+int TreeCursor::removeFile(const char* name) const {
     return errorOf(Call::kRemoveFile, [&] { return unlinkat(state_->descriptor(), name, 0); });
 }
 
-int TreeCursor::removeDirectory(const char* name) {
+int TreeCursor::removeDirectory(const char* name) const {
     return errorOf(Call::kRemoveDirectory,
                    [&] { return unlinkat(state_->descriptor(), name, AT_REMOVEDIR); });
+}
+
+int TreeCursor::copyFile(const char* name, const TreeCursor& target) const {
+    // Without waiting for the other end, should it be a pipe by now.
+    const auto openFile = [&](const TreeCursor& directory, int flags, mode_t mode) {
+        return callSystem(Call::kOpenFile, -1, [&] {
+            return openat(directory.state_->descriptor(), name,
+                          flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, mode);
+        });
+    };
+    Descriptor source(openFile(*this, O_RDONLY, 0));
+    struct stat status;
+    if (source.get() < 0 || fstat(source.get(), &status) != 0)
+        return errno;
+    if (!S_ISREG(status.st_mode))
+        return EINVAL;
+    // What is there is not written to, but gives its name away: it may be this very file.
+    const int gone = target.removeFile(name);
+    if (gone != 0 && gone != ENOENT)
+        return gone;
+    Descriptor copy(openFile(target, O_WRONLY | O_CREAT | O_EXCL, status.st_mode & 0777));
+    if (copy.get() < 0)
+        return errno;
+    int error = copyContent(source.get(), copy.get());
+    const int closeError = copy.close();
+    if (error == 0)
+        error = closeError;
+    if (error != 0)
+        target.removeFile(name);  // half a file helps nobody
+    return error;
+}
+
+int TreeCursor::copyLink(const char* name, const TreeCursor& target) const {
+    char leadsTo[PATH_MAX + 1];
+    const ssize_t length = readlinkat(state_->descriptor(), name, leadsTo, sizeof leadsTo - 1);
+    if (length < 0)
+        return errno;
+    leadsTo[length] = '\0';
+    const int gone = target.removeFile(name);
+    if (gone != 0 && gone != ENOENT)
+        return gone;
+    return errorOf(Call::kOpenFile,
+                   [&] { return symlinkat(leadsTo, target.state_->descriptor(), name); });
 }
 
 struct DirectorySearch::State {

@@ -23,6 +23,23 @@ struct TreeCursor::State {
             return ENOMEM;
         }
     }
+
+    // Makes a call on the paths of an entry here and of one of the same name elsewhere, which is
+    // removed first.
+    template <class Operation>
+    int copyTo(const State& target, const char* name, Operation operation) const {
+        try {
+            const WidePath to((target.path + '/' + name).c_str());
+            if (to.error() != 0)
+                return to.error();
+            if (!DeleteFileW(to.get()) && GetLastError() != ERROR_FILE_NOT_FOUND)
+                return errnoOf(GetLastError());
+            return callOn(Call::kWriteFile, name,
+                          [&](const wchar_t* from) { return operation(from, to.get()); });
+        } catch (const std::bad_alloc&) {
+            return ENOMEM;
+        }
+    }
 };
 
 namespace {
@@ -38,13 +55,33 @@ bool isRealDirectory(const wchar_t* path) {
     return kindOfAttributes(data.dwFileAttributes, data.dwReserved0) == EntryKind::kDirectory;
 }
 
+// The absolute path of a directory, all links resolved, with a back slash at its end; empty when it
+// cannot be found out.
+std::wstring finalPath(const std::string& path) {
+    const WidePath wide(path.c_str());
+    const HANDLE directory =
+        wide.get()
+            ? CreateFileW(wide.get(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)
+            : INVALID_HANDLE_VALUE;
+    if (directory == INVALID_HANDLE_VALUE)
+        return {};
+    std::wstring result(GetFinalPathNameByHandleW(directory, nullptr, 0, 0), L'\0');
+    result.resize(
+        GetFinalPathNameByHandleW(directory, &result[0], static_cast<DWORD>(result.size()), 0));
+    CloseHandle(directory);
+    if (!result.empty() && result.back() != L'\\')
+        result += L'\\';
+    return result;
+}
+
 }  // namespace
 
 TreeCursor::~TreeCursor() {
     delete state_;
 }
 
-int TreeCursor::open(const char* path) {
+int TreeCursor::open(const char* path, LastLink lastLink) {
     delete state_;
     state_ = new (std::nothrow) State;
     if (!state_)
@@ -54,8 +91,15 @@ int TreeCursor::open(const char* path) {
     } catch (const std::bad_alloc&) {
         return ENOMEM;
     }
-    return errorOf(Call::kOpenDirectory, WidePath(path),
-                   [&](const wchar_t* name) { return isRoot() || isRealDirectory(name); });
+    return errorOf(Call::kOpenDirectory, WidePath(path), [&](const wchar_t* name) {
+        if (lastLink == kRefuseLink)
+            return isRoot() || isRealDirectory(name);
+        const DWORD attributes = GetFileAttributesW(name);
+        if (attributes == INVALID_FILE_ATTRIBUTES)
+            return false;
+        SetLastError(ERROR_DIRECTORY);
+        return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    });
 }
 
 bool TreeCursor::isRoot() const {
@@ -65,6 +109,22 @@ bool TreeCursor::isRoot() const {
         return false;
     const DWORD length = GetFullPathNameW(path.get(), 8, full, nullptr);
     return length == 3 && full[1] == L':';
+}
+
+bool TreeCursor::isWithin(const TreeCursor& other) const {
+    try {
+        const std::wstring here = finalPath(state_->path);
+        const std::wstring there = finalPath(other.state_->path);
+        return here.empty() || there.empty() ||
+               (here.size() >= there.size() &&
+                _wcsnicmp(here.c_str(), there.c_str(), there.size()) == 0);
+    } catch (const std::bad_alloc&) {
+        return true;
+    }
+}
+
+int TreeCursor::mode() const {
+    return 0777;
 }
 
 int TreeCursor::enter(const char* name) {
@@ -84,12 +144,12 @@ int TreeCursor::leave() {
     return 0;
 }
 
-int TreeCursor::makeDirectory(const char* name, int) {
+int TreeCursor::makeDirectory(const char* name, int) const {
     return state_->callOn(Call::kMakeDirectory, name,
                           [](const wchar_t* path) { return CreateDirectoryW(path, nullptr) != 0; });
 }
 
-int TreeCursor::removeFile(const char* name) {
+int TreeCursor::removeFile(const char* name) const {
     return state_->callOn(Call::kRemoveFile, name, [](const wchar_t* path) {
         // A link to a directory is removed as directories are, which does not touch its target.
         if (DeleteFileW(path))
@@ -106,9 +166,24 @@ int TreeCursor::removeFile(const char* name) {
     });
 }
 
-int TreeCursor::removeDirectory(const char* name) {
+int TreeCursor::removeDirectory(const char* name) const {
     return state_->callOn(Call::kRemoveDirectory, name,
                           [](const wchar_t* path) { return RemoveDirectoryW(path) != 0; });
+}
+
+int TreeCursor::copyFile(const char* name, const TreeCursor& target) const {
+    return state_->copyTo(*target.state_, name, [](const wchar_t* from, const wchar_t* to) {
+        return CopyFileExW(from, to, nullptr, nullptr, nullptr, 0) != 0;
+    });
+}
+
+int TreeCursor::copyLink(const char* name, const TreeCursor& target) const {
+    return state_->copyTo(*target.state_, name, [](const wchar_t* from, const wchar_t* to) {
+        return (GetFileAttributesW(from) & FILE_ATTRIBUTE_DIRECTORY
+                    ? CreateDirectoryExW(from, to, nullptr)
+                    : CopyFileExW(from, to, nullptr, nullptr, nullptr, COPY_FILE_COPY_SYMLINK)) !=
+               0;
+    });
 }
 
 struct DirectorySearch::State {
