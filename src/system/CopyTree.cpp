@@ -25,9 +25,9 @@ public:
     void visit(const TreeWalk& walk, const TreeEntry& entry) {
         const char* const name = entry.name.getString();
         count(walk, entry,
-              entry.kind == EntryKind::kFile   ? source_.copyFile(name, target_)
-              : entry.kind == EntryKind::kLink ? source_.copyLink(name, target_)
-                                               : EINVAL);
+              entry.kind == EntryKind::kLink    ? source_.copyLink(name, target_)
+              : entry.kind == EntryKind::kOther ? EINVAL
+                                                : source_.copyFile(name, target_));
     }
     bool enter(const TreeWalk& walk, const TreeEntry& entry) {
         const char* const name = entry.name.getString();
@@ -46,6 +46,11 @@ public:
     }
     void refuse(const TreeWalk& walk, const TreeEntry& entry, int error) {
         count(walk, entry, error);
+    }
+
+    void breakOff(const TreeWalk& walk, int error) {
+        hasFailed_ = true;
+        tellCopyFailed(walk.path(), error);
     }
 
     // The number of entries copied, -1 if there were failures.
@@ -71,8 +76,14 @@ private:
 
 // Makes the target if it is missing and goes there.
 int openTarget(const char* path, const TreeCursor& source, TreeCursor& target) {
-    const bool isNew = platform::makeDirectory(path, source.mode() | Copying::kOwnerMayFill) == 0;
-    if (const int error = target.open(path, TreeCursor::kFollowLink))
+    int error = target.open(path, TreeCursor::kFollowLink);
+    const bool isNew = error == ENOENT;
+    if (isNew) {
+        error = platform::makeDirectory(path, source.mode() | Copying::kOwnerMayFill);
+        if (error == 0)
+            error = target.open(path);
+    }
+    if (error != 0)
         return error;
     if (!target.isWithin(source))
         return 0;

@@ -28,6 +28,7 @@ public:
     }
     // A directory that cannot be read may be empty and go all the same.
     void refuse(const TreeWalk& walk, const TreeEntry& entry, int) { leave(walk, entry); }
+    void breakOff(const TreeWalk&, int) {}  // the directory will not go then
 
 private:
     static void tell(const TreeWalk& walk, const TreeEntry& entry, int error) {

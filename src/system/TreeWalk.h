@@ -34,11 +34,12 @@ public:
     /// Goes through the tree. Calls `visitor.visit(walk, entry)` for each entry that is no
     /// directory; for each one that is, `visitor.refuse(walk, entry, error)` if it cannot be
     /// entered, else `visitor.enter(walk, entry)` with the cursor in it and, if that returned true
-    /// and the things in it are done, `visitor.leave(walk, entry)` with the cursor back. Ends and
-    /// returns an error where `leave` returns one or the way back from a directory is gone.
+    /// and the things in it are done, `visitor.leave(walk, entry)` with the cursor back. Calls
+    /// `visitor.breakOff(walk, error)` where reading a directory does; what was read counts. Ends
+    /// and returns an error where `leave` returns one or the way back from a directory is gone.
     template <class Visitor>
     int run(Visitor& visitor) {
-        list();
+        list(visitor);
         for (;;) {
             Level& level = levels_.last();
             if (level.next < level.entries.size()) {
@@ -75,7 +76,8 @@ private:
         return std::strcmp(a.name.getString(), b.name.getString());
     }
 
-    void list() {
+    template <class Visitor>
+    void list(Visitor& visitor) {
         levels_.push(Level());
         ZtDArray<TreeEntry, 1>& entries = levels_.last().entries;
         platform::DirectorySearch search(cursor_);
@@ -84,6 +86,8 @@ private:
                 entries.push({search.name(), search.kind()});
         if (search.error() == ENOMEM)
             ztThrowMemoryException(sizeof(search));
+        if (search.error() != 0)
+            visitor.breakOff(*this, search.error());
         entries.sort(compare);
     }
 
@@ -97,7 +101,7 @@ private:
             return cursor_.leave();
         path_ += '/';
         path_ += entry.name;
-        list();
+        list(visitor);
         return 0;
     }
 

@@ -125,6 +125,8 @@ TEST_F(ZtDirectoryCopy, GoesOnAfterFailures) {
     faults.fail(Call::kMakeDirectory, EROFS, 1);
     expectFailure(from, folder.of("to2"), from + "/sub", EROFS);
     EXPECT_EQ(1u, contentOf(folder.of("to2")).size());
+    faults.fail(Call::kReadDirectory, EIO, 1);
+    expectFailure(from, folder.of("to3"), from, EIO);
     if (kNamesAreBytes) {
         for (const Call call : {Call::kOpenFile, Call::kReadFile, Call::kWriteFile})
             faults.fail(call, EINTR, 1, 3);

@@ -50,10 +50,6 @@ unsigned long long ticksOf(long long seconds, long long nanoseconds) {
            static_cast<unsigned long long>(nanoseconds) / 100;
 }
 
-}  // namespace
-
-namespace {
-
 // A file that is closed in the end.
 class Descriptor {
 public:
