@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Host.h"
 #include "LabelCodes.h"
+#include "Mask.h"
 #include "Threshold.h"
 
 #include <ztlib/ZtConnectedComponents.h>
@@ -54,8 +55,10 @@ int labelNarrowOrWide(Narrow narrow, Wide wide, const char* things, const Messag
     return count;
 }
 
-LabelVolume labelForeground(const Volume& volume, int connectivity, StoredThreshold lower,
-                            StoredThreshold upper, Records& records, const Messages& messages) {
+LabelVolume labelForeground(const Foreground& foreground, const Volume& volume, int connectivity,
+                            Records& records, const Messages& messages) {
+    const StoredThreshold& lower = foreground.lower;
+    const StoredThreshold& upper = foreground.upper;
     if (lower.none) {
         LabelVolume empty(volume.voxelCount(), false);
         empty.visit([&](auto* labels) { std::memset(labels, 0, empty.sizeInBytes()); });
@@ -69,16 +72,16 @@ LabelVolume labelForeground(const Volume& volume, int connectivity, StoredThresh
     const double mark = upper.none ? lower.value : upper.value;
     labelNarrowOrWide(
         [&] {
-            return ZtConnectedComponents::labelCC(volume.voxels(), volume.dims(), connectivity,
+            return ZtConnectedComponents::labelCC(foreground.voxels, volume.dims(), connectivity,
                                                   narrow, 0, lower.value, mark, 0, 0, &records,
                                                   nullptr);
         },
         [&] {
             ztfree(narrow);
             narrow = nullptr;
-            return ZtConnectedComponents::labelCCHuge(volume.voxels(), volume.dims(), connectivity,
-                                                      wide, 0, lower.value, mark, 0, 0, &records,
-                                                      nullptr);
+            return ZtConnectedComponents::labelCCHuge(foreground.voxels, volume.dims(),
+                                                      connectivity, wide, 0, lower.value, mark, 0,
+                                                      0, &records, nullptr);
         },
         "components", messages);
     return wide != nullptr ? LabelVolume(volume.voxelCount(), wide)
@@ -270,10 +273,13 @@ Labelling label(const Volume& volume, const Options& options, const Messages& me
         upper = storedThreshold(volume, *options.upper);
 
     Records records;
-    LabelVolume labels = options.labelField ? labelPieces(volume, connectivity, messages, progress)
-                                            : labelForeground(volume, connectivity,
-                                                              storedThreshold(volume, threshold),
-                                                              upper, records, messages);
+    const auto labelMask = [&] {
+        const Foreground foreground =
+            foregroundOf(volume, storedThreshold(volume, threshold), upper, options);
+        return labelForeground(foreground, volume, connectivity, records, messages);
+    };
+    LabelVolume labels =
+        options.labelField ? labelPieces(volume, connectivity, messages, progress) : labelMask();
     progress.setProgressValue(kLabellingShare);
 
     ZtDArray<Component> all = measure(labels, volume.dims());

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <iostream>
 #include <set>
+#include <sstream>
 
 namespace ztlabel {
 
@@ -23,6 +24,11 @@ constexpr char kDescription[] =
 constexpr char kFooter[] = R"(
 Thresholds are inclusive and in scaled units (slope x stored value + intercept of the header). Otsu's
 method (1979) splits the histogram so that the variance between the two classes is largest.
+The mask of these voxels can be changed before it is labelled: --erode takes away, N times, the voxels
+that share a face with one outside it, --dilate adds those that share a face with one in it; --open
+erodes and then dilates, --close dilates and then erodes. Voxels outside the volume do not count. The
+steps are taken in the order given. A region (--roi) limits the mask in every slice before and after them;
+the centres of voxels have whole numbers there, as in the table.
 Connectivity: 6 faces, 18 and edges, 26 and corners; 4 and 8 label slice by slice, 10 adds the faces
 between slices to 8. With --labels, voxels belong together where their values are equal, 0 included.
 World coordinates are those of the sform, else of the qform, else spacing.
@@ -38,6 +44,8 @@ Examples:
       clusters of a statistic image of at least 20 voxels, their peaks' voxels counted
   ztlabel --threshold otsu --largest head.nii mask.nii
       keep the largest bright object
+  ztlabel --threshold 100 --open 1 --roi "20,30 160,30 160,190 20,190" brain.nii.gz inside.nii.gz
+      cut thin bridges, and look at a part of each slice only
   ztlabel --labels --names aal.nii.txt --connectivity 6 --picture aal.png aal.nii.gz
       is every region of an atlas in one piece?)";
 
@@ -51,6 +59,23 @@ double parseNumber(const std::string& option, const std::string& text) {
     if (error != std::errc() || end != last || std::isnan(value))
         throw CallError(option + ": '" + text + "' is not a number");
     return value;
+}
+
+std::vector<ZtVec2f> parsePolygon(const std::string& option, const std::string& text) {
+    std::vector<ZtVec2f> corners;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const std::size_t comma = word.find(',');
+        if (comma == std::string::npos)
+            throw CallError(option + ": '" + word + "' is no corner x,y");
+        corners.emplace_back(static_cast<float>(parseNumber(option, word.substr(0, comma))),
+                             static_cast<float>(parseNumber(option, word.substr(comma + 1))));
+        if (!std::isfinite(corners.back().x) || !std::isfinite(corners.back().y))
+            throw CallError(option + ": '" + word + "' is too far away");
+    }
+    if (corners.size() < 3)
+        throw CallError(option + ": a polygon has at least three corners x,y");
+    return corners;
 }
 
 struct Texts {
@@ -83,11 +108,32 @@ void declare(CLI::App& app, Options& options, Texts& texts) {
         ->type_name("N")
         ->group(what);
 
+    const char* const mask = "How the mask is changed first";
+    const auto addStep = [&](MaskStep::Kind kind, const char* effect) {
+        app.add_option_function<int>(
+               std::string("--") + nameOf(kind),
+               [&options, kind](int count) {
+                   options.maskSteps.push_back({kind, count});
+               },
+               effect)
+            ->trigger_on_parse()
+            ->type_name("N")
+            ->group(mask);
+    };
+    addStep(MaskStep::Kind::kErosion, "erode it N times");
+    addStep(MaskStep::Kind::kDilation, "dilate it N times");
+    addStep(MaskStep::Kind::kOpening, "erode it N times, then dilate it N times");
+    addStep(MaskStep::Kind::kClosing, "dilate it N times, then erode it N times");
+    app.add_option("--roi", options.regionText, "label within a polygon of each slice only")
+        ->type_name("\"X,Y X,Y X,Y ...\"")
+        ->group(mask);
+
     const char* const kept = "What is kept";
     app.add_option("--min-size", options.minSize, "leave out components of fewer than N voxels")
         ->type_name("N")
         ->group(kept);
-    app.add_flag("--largest", options.largestOnly, "keep the largest component only")->group(kept);
+    app.add_flag("--largest,--keep-largest", options.largestOnly, "keep the largest component only")
+        ->group(kept);
     app.add_option("--sort", texts.sort, "number by 'size' (default) or in 'raster' order")
         ->type_name("size|raster")
         ->group(kept);
@@ -130,6 +176,8 @@ void interpret(Options& options, const Texts& texts) {
     }
     if (!texts.upper.empty())
         options.upper = parseNumber("--upper", texts.upper);
+    if (!options.regionText.empty())
+        options.region = parsePolygon("--roi", options.regionText);
     if (texts.sort != "size" && texts.sort != "raster")
         throw CallError("--sort: '" + texts.sort + "' is neither 'size' nor 'raster'");
     options.sortBySize = texts.sort == "size";
@@ -143,6 +191,15 @@ void checkCombination(const Options& options) {
         throw CallError("--threshold and --labels exclude each other");
     if (options.upper && options.labelField)
         throw CallError("--upper goes with --threshold, not with --labels");
+    if (options.labelField && !options.maskSteps.empty())
+        throw CallError(std::string("--") + nameOf(options.maskSteps.front().kind) +
+                        " goes with --threshold, not with --labels");
+    if (options.labelField && !options.region.empty())
+        throw CallError("--roi goes with --threshold, not with --labels");
+    for (const MaskStep& step : options.maskSteps)
+        if (step.count < 0)
+            throw CallError(std::string("--") + nameOf(step.kind) +
+                            ": a number of steps cannot be negative");
     if (!options.namesFile.empty() && !options.labelField)
         throw CallError("--names goes with --labels");
     const std::set<int> connectivities = {4, 6, 8, 10, 18, 26};
@@ -176,6 +233,20 @@ std::string firstLine(const std::string& text) {
 }
 
 }  // namespace
+
+const char* nameOf(MaskStep::Kind kind) {
+    switch (kind) {
+        case MaskStep::Kind::kErosion:
+            return "erode";
+        case MaskStep::Kind::kDilation:
+            return "dilate";
+        case MaskStep::Kind::kOpening:
+            return "open";
+        case MaskStep::Kind::kClosing:
+            break;
+    }
+    return "close";
+}
 
 std::optional<Options> parseCommandLine(int argc, char** argv) {
     Options options;

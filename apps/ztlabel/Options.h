@@ -3,10 +3,24 @@
 
 #include "Messages.h"
 
+#include <ztlib/ZtVec2f.h>
+
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace ztlabel {
+
+/// A change of the mask before it is labelled.
+struct MaskStep {
+    enum class Kind { kErosion, kDilation, kOpening, kClosing };
+
+    Kind kind;
+    int count;
+};
+
+/// What the option of such a change is called: "erode".
+const char* nameOf(MaskStep::Kind kind);
 
 struct Options {
     std::string input;
@@ -17,6 +31,10 @@ struct Options {
     std::optional<double> upper;
     bool labelField = false;  // neither a threshold nor Otsu's method, then
     std::string namesFile;
+
+    std::vector<MaskStep> maskSteps;  // in their order on the command line
+    std::vector<ZtVec2f> region;      // the corners of a polygon in voxels; empty: everywhere
+    std::string regionText;           // as it was given
 
     std::optional<int> connectivity;  // unset: 26, or 8 in 2-D
     long long minSize = 0;

@@ -161,6 +161,12 @@ ZtString headText(const Findings& f) {
         how.printf("upper threshold %s, ", numberText(*f.options.upper).getString());
         text += how.getString();
     }
+    for (const MaskStep& step : f.options.maskSteps) {
+        how.printf("%s %d, ", nameOf(step.kind), step.count);
+        text += how.getString();
+    }
+    if (!f.options.region.empty())
+        text += "within a polygon, ";
     how.printf("connectivity %d\n\n", connectivity);
     return text + how;
 }
@@ -267,6 +273,13 @@ std::string jsonText(const Findings& f) {
     if (!f.options.labelField) {
         json["threshold"] = l.threshold;
         json["upper"] = f.options.upper ? Json(*f.options.upper) : Json();
+        if (!f.options.maskSteps.empty()) {
+            json["mask_steps"] = Json::array();
+            for (const MaskStep& step : f.options.maskSteps)
+                json["mask_steps"].push_back({{"step", nameOf(step.kind)}, {"count", step.count}});
+        }
+        if (!f.options.region.empty())
+            json["region"] = f.options.regionText;
     }
     json["found"] = l.found;
     json["components"] = l.components.size();

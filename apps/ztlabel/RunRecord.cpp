@@ -31,6 +31,18 @@ void recordSettings(NwParamBundle& settings, const Findings& f) {
     }
     if (options.upper)
         settings.set("Upper", *options.upper);
+    ZtString steps;
+    for (const MaskStep& step : options.maskSteps) {
+        if (!steps.isEmptyString())
+            steps += ' ';
+        steps += nameOf(step.kind);
+        steps += ' ';
+        steps += ZtString::fromInt64(step.count);
+    }
+    if (!steps.isEmptyString())
+        settings.set("MaskSteps", steps.getString());
+    if (!options.region.empty())
+        settings.set("Region", options.regionText.c_str());
     settings.set("Connectivity", options.connectivityFor(f.volume.is2D()));
     settings.set("MinSize", counted(options.minSize));
     settings.set("LargestOnly", options.largestOnly ? 1 : 0);

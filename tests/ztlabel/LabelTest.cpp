@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <map>
 #include <random>
@@ -235,6 +236,91 @@ TEST_F(LabelTest, OrdersAndLeavesOut) {
         EXPECT_EQ(json["foreground"], 6);
         EXPECT_EQ(json["marked"], 3);
     }
+}
+
+/// Takes over, `steps` times, the value `taken` from face neighbours.
+void spread(std::vector<char>& mask, const std::array<int, 3>& dims, char taken, int steps) {
+    const int strides[] = {1, dims[0], dims[0] * dims[1]};
+    for (; steps > 0; --steps) {
+        const std::vector<char> before = mask;
+        for (int i = 0; i < static_cast<int>(mask.size()); ++i)
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                const int at = i / strides[axis] % dims[axis];
+                const auto takeFrom = [&](int j) {
+                    if (before[static_cast<std::size_t>(j)] == taken)
+                        mask[static_cast<std::size_t>(i)] = taken;
+                };
+                if (at > 0)
+                    takeFrom(i - strides[axis]);
+                if (at + 1 < dims[axis])
+                    takeFrom(i + strides[axis]);
+            }
+    }
+}
+
+TEST_F(LabelTest, ChangesTheMaskBeforeItIsLabelled) {
+    const char erosion = 0, dilation = 1;
+    struct Row {
+        const char* options;
+        std::vector<std::pair<char, int>> steps;
+        bool region;
+    };
+    const Row rows[] = {
+        {"--erode 1", {{erosion, 1}}, false},
+        {"--dilate 2", {{dilation, 2}}, false},
+        {"--open 1", {{erosion, 1}, {dilation, 1}}, false},
+        {"--close 1 --erode 2", {{dilation, 1}, {erosion, 3}}, false},
+        {"--erode 1 --dilate 1 --erode 0", {{erosion, 1}, {dilation, 1}}, false},
+        {"--dilate 1 --erode 1", {{dilation, 1}, {erosion, 1}}, false},
+        {"--roi '0.5,0.5 9.6,0.5 0.5,7.5'", {}, true},
+        {"--close 1 --roi '0.5,0.5 9.6,0.5 0.5,7.5'", {{dilation, 1}, {erosion, 1}}, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.options);
+        const Grid grid = randomGrid({41, 9, 6}, NIFTI_TYPE_INT16, {-3, 4, 5, 6, 7, 8}, 5);
+        write("in.nii", grid);
+        std::vector<char> mask, region;
+        for (std::size_t i = 0; i < grid.size(); ++i) {
+            const double x = static_cast<double>(i % 41) - 0.5;
+            const double y = static_cast<double>(i / 41 % 9) - 0.5;
+            region.push_back(!row.region || (x > 0 && y > 0 && x / 9.1 + y / 7 < 1));
+            mask.push_back(grid.values[i] >= 5 && region[i]);
+        }
+        for (const auto& [taken, steps] : row.steps)
+            spread(mask, grid.dims, taken, steps);
+        const std::vector<int> labels = floodFill(
+            grid, 6, [&](std::size_t i) { return mask[i] && region[i]; },
+            [](std::size_t, std::size_t) { return true; });
+        const nlohmann::json json = runForJson(
+            std::string("-t 5 -u 7 -c 6 --sort raster --force in.nii out.nii ") + row.options);
+        EXPECT_EQ(readLabels("out.nii", NIFTI_TYPE_UINT16), labels);
+        expectTable(json["table"], grid, labels,
+                    [&](std::size_t i) { return grid.values[i] >= 7; });
+    }
+    EXPECT_EQ(run("-t 5 --roi '50,50 60,50 50,60' in.nii").err,
+              "ztlabel: --roi: no voxel has its centre in the polygon\n");
+    EXPECT_EQ(run("-t 5 --roi '1,2 3' in.nii").status, 2);
+    EXPECT_EQ(run("-l --open 1 in.nii").status, 2);
+}
+
+TEST_F(LabelTest, OpensARealVolumeAsScipyDoes) {
+    if (!fs::exists(kTemplates))
+        GTEST_SKIP() << "THE REAL VOLUMES ARE MISSING: install mricron-data";
+    const std::string command =
+        "/usr/bin/python3 " ZTLABEL_TESTS "/scipy_opening.py " + kTemplates + "ch2.nii.gz 100";
+    FILE* const peer = popen(command.c_str(), "r");
+    ASSERT_NE(nullptr, peer);
+    std::vector<long long> expected;
+    for (long long voxels = 0; std::fscanf(peer, "%lld", &voxels) == 1;)
+        expected.push_back(voxels);
+    const int status = pclose(peer);
+    if (expected.empty() && status != 0)
+        GTEST_SKIP() << "scipy is not installed";
+    const nlohmann::json json = labelReal("ch2.nii.gz", "-t 100 --open 1 --sort raster");
+    std::vector<long long> found;
+    for (const auto& row : json["table"])
+        found.push_back(row["voxels"]);
+    EXPECT_EQ(expected, found);
 }
 
 TEST_F(LabelTest, FindsTheThresholdBetweenTwoModes) {
