@@ -16,11 +16,17 @@
 /// it; null is "crash.dmp". Usually it is the name of the log file with ".dmp" instead of ".log":
 /// the log deletes both together.
 ///
-/// To be called once, when the process starts, by its main thread: an exhausted stack is caught on
-/// the thread that calls (every other crash on any thread). Returns false, and says why in the log,
-/// when there is nothing to write dumps with; and when it was called before, without changing
+/// To be called once, when the process starts, by its main thread; crashes are caught on any
+/// thread, but for exhausted stacks, see `ztCatchStackOverflow`. Returns false, and says why in the
+/// log, when there is nothing to write dumps with; and when it was called before, without changing
 /// anything.
 ZTLIB_API bool ztInitCrashDumpWriter(const char* dumpFileName = nullptr);
+
+/// Lets the writer of crash dumps catch an exhausted stack of the calling thread, too, until the
+/// thread ends: sets some stack aside to handle it on. `ztInitCrashDumpWriter` does so for the
+/// thread that calls it; worker threads that recurse deeply call this when they start. May be
+/// called again.
+ZTLIB_API void ztCatchStackOverflow();
 
 /// Keeps the first 1023 characters of a command by which the application reports a crash; null is
 /// the empty text. The library does not run it.

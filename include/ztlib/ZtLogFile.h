@@ -28,10 +28,10 @@ enum ZtLogLevel {
 /// system's directory for temporary files.
 ///
 /// A line that the file does not take, since the disk is full, is kept and offered again with each
-/// later line, up to 1 MiB of lines; then lines go to standard output until there is room again. A
-/// log file that was removed is made again, with its directory. `lastResult` tells what is wrong.
-/// Lines that standard output carries into the file, when it is captured, have the buffering of the
-/// C runtime instead.
+/// later line, up to 1 MiB of lines; then lines go to standard output until there is room again,
+/// and the file says how many are missing. A log file that was removed is made again, with its
+/// directory. `lastResult` tells what is wrong. Lines that standard output carries into the file,
+/// when it is captured, have the buffering of the C runtime instead.
 ///
 /// A line takes a fraction of a microsecond, no memory (beyond that of a formatted text) and a
 /// lock, and leaves `errno` alone: any thread may write lines once the log is open. Opening,

@@ -128,7 +128,9 @@ int LogStream::flush() {
     }
     if (platform::isRemoved(output_) && !recreate())
         return error_;
-    error_ = std::fflush(stdout) == 0 ? 0 : errno;
+    errno = 0;
+    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    error_ = isWritten ? 0 : errno != 0 ? errno : EIO;  // a failure before this call had its own
     std::clearerr(stdout);
     return error_;
 }

@@ -106,6 +106,10 @@ bool ztInitCrashDumpWriter(const char* dumpFileName) {
     return true;
 }
 
+void ztCatchStackOverflow() {
+    platform::catchStackOverflow();
+}
+
 void ztSetReportCrashCmd(const char* command) {
     std::strncpy(reportCommand, command ? command : "", sizeof reportCommand - 1);
 }

@@ -35,7 +35,8 @@ struct ZtLogFile::Record {
     platform::WallTime reference = {};
 
     LogStamp stamp;
-    long long nameSecond = 0;  // the second in the name of the file
+    long long nameSecond = 0;    // the second in the name of the file
+    long long missingLines = 0;  // which the file did not take
     bool isRotating = false;
     bool isProcessEnding = false;
     // What was attempted in vain, with which file, and why: a number of <cerrno>, 0 for success.
@@ -56,7 +57,8 @@ struct ZtLogFile::Record {
     }
     std::size_t writeHead(char* out, int level);
     void writeLine(int level, const char* module, const char* text);
-    void writeBytes(const char* bytes, std::size_t count);
+    bool writeBytes(const char* bytes, std::size_t count);
+    void noteMissingLines();
     void flush();
 };
 
@@ -152,6 +154,7 @@ bool ZtLogFile::openIn(const char* directory, bool datedSubdirectories, long lon
     record.logFile = file;
     record.nameSecond = second;
     record.bytesWritten = 0;
+    record.missingLines = 0;
     return true;
 }
 
@@ -232,6 +235,8 @@ std::size_t ZtLogFile::Record::writeHead(char* out, int level) {
 
 // Takes no memory, so that an exhausted one can be written about.
 void ZtLogFile::Record::writeLine(int level, const char* module, const char* text) {
+    if (missingLines > 0)
+        noteMissingLines();
     char head[LogStamp::kMostLength + 3];
     if (!module)
         module = defaultModule.getString();
@@ -243,6 +248,7 @@ void ZtLogFile::Record::writeLine(int level, const char* module, const char* tex
     std::size_t length = 0;
     for (const std::string_view piece : pieces)
         length += piece.size();
+    bool isTaken = true;
     char joined[kJoinedLine];
     if (length <= sizeof joined) {
         char* at = joined;
@@ -250,20 +256,34 @@ void ZtLogFile::Record::writeLine(int level, const char* module, const char* tex
             std::memcpy(at, piece.data(), piece.size());
             at += piece.size();
         }
-        writeBytes(joined, length);
+        isTaken = writeBytes(joined, length);
     } else {
         for (const std::string_view piece : pieces)
-            writeBytes(piece.data(), piece.size());
+            isTaken &= writeBytes(piece.data(), piece.size());
     }
+    missingLines += !isTaken;
     bytesWritten += static_cast<long long>(length);
     if (isProcessEnding)
         flush();
 }
 
-void ZtLogFile::Record::writeBytes(const char* bytes, std::size_t count) {
-    const bool isInFile = stream.isOpen() && !stream.isConsole() && stream.append(bytes, count);
+// Returns false when the file should have taken the bytes and did not.
+bool ZtLogFile::Record::writeBytes(const char* bytes, std::size_t count) {
+    const bool hasFile = stream.isOpen() && !stream.isConsole();
+    const bool isInFile = hasFile && stream.append(bytes, count);
     if (!isInFile || logToConsole)
         std::fwrite(bytes, 1, count, stdout);
+    return isInFile || !hasFile;
+}
+
+// Says in the file that lines went elsewhere, once it takes lines again.
+void ZtLogFile::Record::noteMissingLines() {
+    if (!stream.isOpen() || stream.flush() != 0)
+        return;
+    char text[64];
+    std::snprintf(text, sizeof text, "%lld lines could not be written here", missingLines);
+    missingLines = 0;
+    writeLine(ZtLogWarning, nullptr, text);
 }
 
 // Formats a text and writes its line.

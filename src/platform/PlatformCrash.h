@@ -37,6 +37,9 @@ CrashWriter loadCrashWriter();
 /// code goes by its number.
 unsigned long long installCrashHandler(const char* path, const CrashHooks& hooks);
 
+/// Sees to it that the handler also gets the exhausted stack of the calling thread.
+void catchStackOverflow();
+
 /// The code of a C++ exception that nobody catches.
 constexpr unsigned kUncaughtExceptionCode = 0xE06D7363u;
 

@@ -61,6 +61,13 @@ CRASHING crashByRecursion(int depth) {
     frame[0] = static_cast<char>(depth);
     return depth == kDeep ? 0 : crashByRecursion(depth + 1) + frame[0];
 }
+CRASHING crashByRecursionInThread() {
+    std::thread([] {
+        ztCatchStackOverflow();
+        crashByRecursion(0);
+    }).join();
+    return 0;
+}
 CRASHING crashByLargeFrames(int depth) {
     volatile char frame[700000];
     frame[1] = static_cast<char>(depth);
@@ -222,6 +229,8 @@ INSTANTIATE_TEST_SUITE_P(
               "\nsignal: 4 SIGILL\n", "crashByInstruction", false},
         Crash{"Recursion", [] { crashByRecursion(0); }, SIGSEGV, "Stack overflow", kSegv,
               "crashByRecursion", true},
+        Crash{"RecursionInThread", [] { crashByRecursionInThread(); }, SIGSEGV, "Stack overflow",
+              "\nreason: Stack overflow\n", "crashByRecursion", true},
         Crash{"LargeFrames", [] { crashByLargeFrames(0); }, SIGSEGV, "Stack overflow", kSegv,
               "crashByLargeFrames", true},
         Crash{"Exception", [] { crashByException(); }, SIGABRT,

@@ -349,19 +349,50 @@ TEST_F(ZtLogFileTest, KeepsLinesThatTheDiskDoesNotTake) {
     EXPECT_EQ(0, result());
     EXPECT_EQ(all, content(path));
 
-    // More than can be kept goes to standard output, at the latest when the file is closed.
+    // More than can be kept goes to standard output, and leaves a note; so does what is kept when
+    // the file is closed.
     testing::internal::CaptureStdout();
     const std::size_t before = all.size();
     {
         CallFaults faults;
         faults.fail(Call::kWriteFile, ENOSPC, 0, kAlways);
         write(100000);
-        EXPECT_FALSE(log_.close());
     }
-    std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(ZtENOSPC.code(), result());
-    EXPECT_EQ(all, content(path).substr(0, before) + all.substr(before));
-    EXPECT_EQ(all.size() - before, printed.size());
+    const std::string printed = testing::internal::GetCapturedStdout();
+    const std::size_t kept = all.size() - printed.size();
+    EXPECT_LT(before, kept);
+    EXPECT_EQ(all.substr(kept), printed);
+    const auto missing = std::count(printed.begin(), printed.end(), '\n');
+    all.resize(kept);
+    all += "W [] " + std::to_string(missing) + " lines could not be written here\n";
+    write(1);
+    log_.flush();
+    EXPECT_EQ(all, content(path));
+
+    testing::internal::CaptureStdout();
+    CallFaults faults;
+    faults.fail(Call::kWriteFile, EIO, 0, kAlways);
+    write(10);
+    EXPECT_FALSE(log_.close());
+    EXPECT_EQ(all, content(path) + testing::internal::GetCapturedStdout());
+    EXPECT_EQ(ZtEIO.code(), result());
+}
+
+TEST_F(ZtLogFileTest, IsWrittenWhenTheProcessEnds) {
+    if (!kNamesAreBytes)
+        GTEST_SKIP() << "the second process of such tests has another folder";
+    struct Late {
+        ~Late() { theLogInstance().trace(1, nullptr, "late"); }
+    };
+    const auto end = [&] {
+        static const Late late;
+        theLogInstance().setDateTimeFormat(0);
+        theLogInstance().open(folder_.of("").c_str());
+        theLogInstance().trace(1, nullptr, "waits");
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ("  [] waits\n  [] late\n", content(folder_.of(names(folder_.path()).at(0))));
 }
 
 // The file and its directory go while the log is open.

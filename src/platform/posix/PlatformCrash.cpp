@@ -42,8 +42,10 @@ constexpr unsigned kStackOverflow = 0xC00000FDu;
 const char* dumpPath = nullptr;
 CrashHooks crashHooks = {};
 struct sigaction previousActions[kSignalCount];
-pid_t armingThread = 0;
-std::uintptr_t armingStackEnd = 0;
+
+// Where the stack of the thread ends, 0 if it has not said so. At a fixed place, since finding one
+// could take memory in the handler.
+[[gnu::tls_model("initial-exec")]] thread_local std::uintptr_t stackEnd = 0;
 
 bool isLoaded = false;
 CrashWriter loadOutcome = CrashWriter::kLoaded;
@@ -90,8 +92,7 @@ bool isStackOverflow(const siginfo_t& info, const ucontext_t& context) {
         return false;
     if (address + kNear > stack && address < stack + kNear)
         return true;
-    return gettid() == armingThread && stack < armingStackEnd &&
-           stack + kLargestFrame > armingStackEnd && address < armingStackEnd + kNear;
+    return stack < stackEnd && stack + kLargestFrame > stackEnd && address < stackEnd + kNear;
 }
 
 unsigned codeOf(const siginfo_t& info, const ucontext_t& context) {
@@ -177,19 +178,37 @@ void onSignal(int signal, siginfo_t* info, void* argument) {
     errno = error;
 }
 
-// Gives the calling thread a stack to handle its exhausted stack on, with a guard page below.
-void makeHandlerStack() {
-    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-    void* const block = mmap(nullptr, page + kHandlerStack, PROT_READ | PROT_WRITE,
-                             MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (block == MAP_FAILED)
-        return;
-    mprotect(block, page, PROT_NONE);
-    stack_t stack = {};
-    stack.ss_sp = static_cast<char*>(block) + page;
-    stack.ss_size = kHandlerStack;
-    sigaltstack(&stack, nullptr);
-}
+// A stack for the handler, with a guard page below, which the thread that makes it uses from then
+// on.
+class HandlerStack {
+public:
+    HandlerStack() {
+        page_ = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        block_ = mmap(nullptr, page_ + kHandlerStack, PROT_READ | PROT_WRITE,
+                      MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (block_ == MAP_FAILED)
+            return;
+        mprotect(block_, page_, PROT_NONE);
+        stack_t stack = {};
+        stack.ss_sp = static_cast<char*>(block_) + page_;
+        stack.ss_size = kHandlerStack;
+        sigaltstack(&stack, nullptr);
+    }
+    ~HandlerStack() {
+        if (block_ == MAP_FAILED)
+            return;
+        stack_t none = {};
+        none.ss_flags = SS_DISABLE;
+        sigaltstack(&none, nullptr);
+        munmap(block_, page_ + kHandlerStack);
+    }
+    HandlerStack(const HandlerStack&) = delete;
+    HandlerStack& operator=(const HandlerStack&) = delete;
+
+private:
+    std::size_t page_;
+    void* block_;
+};
 
 void findStackEnd() {
     pthread_attr_t attributes;
@@ -198,7 +217,7 @@ void findStackEnd() {
     void* start = nullptr;
     std::size_t size = 0;
     if (pthread_attr_getstack(&attributes, &start, &size) == 0)
-        armingStackEnd = reinterpret_cast<std::uintptr_t>(start);
+        stackEnd = reinterpret_cast<std::uintptr_t>(start);
     pthread_attr_destroy(&attributes);
 }
 
@@ -219,13 +238,16 @@ CrashWriter loadCrashWriter() {
     return loadOutcome;
 }
 
+void catchStackOverflow() {
+    findStackEnd();
+    thread_local const HandlerStack stack;
+}
+
 unsigned long long installCrashHandler(const char* path, const CrashHooks& hooks) {
     prepareCrashNote();
     dumpPath = path;
     crashHooks = hooks;
-    armingThread = gettid();
-    findStackEnd();
-    makeHandlerStack();
+    catchStackOverflow();
     struct sigaction action = {};
     action.sa_sigaction = onSignal;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;

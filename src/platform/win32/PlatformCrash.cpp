@@ -90,13 +90,17 @@ CrashWriter loadCrashWriter() {
     return CrashWriter::kLoaded;
 }
 
+void catchStackOverflow() {
+    // So much is left to the handler.
+    ULONG guarantee = kHandlerStack;
+    SetThreadStackGuarantee(&guarantee);
+}
+
 unsigned long long installCrashHandler(const char* path, const CrashHooks& hooks) {
     // Never destroyed: the process may crash while it ends.
     dumpPath = new WidePath(path);
     crashHooks = hooks;
-    // An exhausted stack leaves the handler that much.
-    ULONG guarantee = kHandlerStack;
-    SetThreadStackGuarantee(&guarantee);
+    catchStackOverflow();
     return reinterpret_cast<std::uintptr_t>(SetUnhandledExceptionFilter(onException));
 }
 
