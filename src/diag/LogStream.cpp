@@ -102,6 +102,8 @@ bool LogStream::spill() {
 }
 
 bool LogStream::append(const char* bytes, std::size_t count) {
+    if (isConsole_)
+        return appendToConsole(bytes, count);
     if (waiting_ + count > kWriteSize)
         spill();
     if (error_ != 0 && count > kCapacity - waiting_)
@@ -121,17 +123,30 @@ bool LogStream::append(const char* bytes, std::size_t count) {
     return true;
 }
 
-int LogStream::flush() {
-    if (!isConsole_) {
-        spill();
-        return error_;
-    }
+// Takes the bytes in any case: what the runtime cannot write is lost, and no other place left.
+bool LogStream::appendToConsole(const char* bytes, std::size_t count) {
+    if (std::fwrite(bytes, 1, count, stdout) != count)
+        consoleError_ = errno;
+    return true;
+}
+
+void LogStream::flushConsole() {
     if (platform::isRemoved(output_) && !recreate())
-        return error_;
-    errno = 0;
-    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-    error_ = isWritten ? 0 : errno != 0 ? errno : EIO;  // a failure before this call had its own
+        return;
+    if (std::fflush(stdout) != 0)
+        consoleError_ = errno;
+    else if (std::ferror(stdout) != 0 && consoleError_ == 0)
+        consoleError_ = EIO;  // met by others who print
     std::clearerr(stdout);
+    error_ = consoleError_;
+    consoleError_ = 0;
+}
+
+int LogStream::flush() {
+    if (isConsole_)
+        flushConsole();
+    else
+        spill();
     return error_;
 }
 

@@ -23,7 +23,8 @@ public:
     LogStream& operator=(const LogStream&) = delete;
 
     /// Opens a file, over what it held. With `console`, standard output and standard error are led
-    /// into it, until it is closed; then nothing is to be appended here. Expects a closed stream.
+    /// into it until it is closed, and what is appended takes that way, too, in the order in which
+    /// all is printed; then the C runtime has the buffer. Expects a closed stream.
     int open(const char* path, bool console);
     bool isOpen() const { return output_ != platform::kNoOutput; }
     bool isConsole() const { return isConsole_; }
@@ -44,10 +45,13 @@ public:
 private:
     bool recreate();
     bool spill();
+    bool appendToConsole(const char* bytes, std::size_t count);
+    void flushConsole();
 
     ZtString path_;
     int output_ = platform::kNoOutput;
     int error_ = 0;
+    int consoleError_ = 0;  // since the last flush
     bool isConsole_ = false;
     platform::ConsoleCapture capture_;
     char* buffer_ = nullptr;

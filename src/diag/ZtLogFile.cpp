@@ -187,8 +187,9 @@ ZtResult ZtLogFile::lastResult() const {
 }
 
 void ZtLogFile::Record::flush() {
-    // Lines that the file did not take are on standard output.
-    if (!stream.isOpen() || stream.isConsole() || logToConsole || stream.error() != 0)
+    // Lines that the file did not take are on standard output. Where that leads into the file, the
+    // stream flushes it, after a look at the file.
+    if (!stream.isConsole() && (!stream.isOpen() || logToConsole || stream.error() != 0))
         std::fflush(stdout);
     if (stream.isOpen())
         setResult(stream.flush(), "write log file", true);
@@ -269,11 +270,10 @@ void ZtLogFile::Record::writeLine(int level, const char* module, const char* tex
 
 // Returns false when the file should have taken the bytes and did not.
 bool ZtLogFile::Record::writeBytes(const char* bytes, std::size_t count) {
-    const bool hasFile = stream.isOpen() && !stream.isConsole();
-    const bool isInFile = hasFile && stream.append(bytes, count);
-    if (!isInFile || logToConsole)
+    const bool isInFile = stream.isOpen() && stream.append(bytes, count);
+    if (!isInFile || (logToConsole && !stream.isConsole()))
         std::fwrite(bytes, 1, count, stdout);
-    return isInFile || !hasFile;
+    return isInFile || !stream.isOpen();
 }
 
 // Says in the file that lines went elsewhere, once it takes lines again.

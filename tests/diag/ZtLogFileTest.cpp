@@ -400,13 +400,17 @@ TEST_F(ZtLogFileTest, MakesARemovedFileAgain) {
     if (!kNamesAreBytes)
         GTEST_SKIP() << "Windows does not remove open files";
     log_.setDateTimeFormat(0);
-    ASSERT_TRUE(log_.open(folder_.of("logs").c_str()));
-    for (const bool withDirectory : {false, true}) {
-        log_.printf("lost with the file");
-        log_.trace(1, nullptr, "not written yet");
-        withDirectory ? fs::remove_all(folder_.of("logs")) : fs::remove(file());
-        log_.printf("later");
-        EXPECT_EQ("  [] not written yet\n  [] later\n", content(file()));
+    for (const bool withConsole : {true, false}) {
+        log_.setConsoleToLogEnabled(withConsole);
+        log_.close();
+        ASSERT_TRUE(log_.open(folder_.of("logs").c_str()));
+        for (const bool withDirectory : {false, true}) {
+            log_.printf("lost with the file");
+            log_.trace(1, nullptr, "not written yet");
+            withDirectory ? fs::remove_all(folder_.of("logs")) : fs::remove(file());
+            log_.printf("later");
+            EXPECT_EQ("  [] not written yet\n  [] later\n", content(file()));
+        }
     }
     // Where it cannot be made, lines wait.
     fs::remove_all(folder_.of("logs"));
