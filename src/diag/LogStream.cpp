@@ -1,8 +1,8 @@
 // The buffered file of a log.
 #include "diag/LogStream.h"
 
-#include <ztlib/ZtFilename.h>
 #include <ztlib/ZtMemory.h>
+#include <ztlib/ZtMemoryException.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -17,19 +17,26 @@ namespace {
 constexpr std::size_t kWriteSize = std::size_t{64} << 10;
 
 constexpr int kDirectoryMode = 0777;
+constexpr int kMostLevels = 64;
 
-// Makes a directory and those above it, as far as they are missing. The outermost that exists ends
-// the search, at the latest the root or the current directory.
-void makeDirectories(const ZtFilename& directory) {
-    ZtDArray<ZtString> missing;
-    ZtFilename level = directory;
-    while (!ZtFilename::doesExist(level) && missing.size() < 64) {
-        missing.append(level);
-        level = level.dirname();
+// Makes the directory of a file and those above it, as far as they are missing. The outermost that
+// exists ends the search, at the latest the root or the current directory. Returns a number of
+// <cerrno>.
+int makeDirectoriesFor(const ZtFilename& file) {
+    try {
+        ZtDArray<ZtString> missing;
+        ZtFilename level = file.dirname();
+        while (!ZtFilename::doesExist(level) && missing.size() < kMostLevels) {
+            missing.append(level);
+            level = level.dirname();
+        }
+        int error = 0;
+        for (int i = missing.size(); i-- > 0 && error == 0;)
+            error = platform::makeDirectory(missing[i], kDirectoryMode);
+        return error;
+    } catch (const ZtMemoryException&) {
+        return ENOMEM;
     }
-    for (int i = missing.size(); i-- > 0;)
-        if (platform::makeDirectory(missing[i], kDirectoryMode) != 0)
-            return;
 }
 
 }  // namespace
@@ -67,8 +74,9 @@ bool LogStream::recreate() {
     int error = 0;
     int output = platform::openOutput(path_, platform::OutputMode::kContinue, error);
     if (output == platform::kNoOutput && error == ENOENT) {
-        makeDirectories(ZtFilename(path_).dirname());
-        output = platform::openOutput(path_, platform::OutputMode::kContinue, error);
+        error = makeDirectoriesFor(path_);
+        if (error == 0)
+            output = platform::openOutput(path_, platform::OutputMode::kContinue, error);
     }
     if (output != platform::kNoOutput && isConsole_) {
         error = capture_.start(output);

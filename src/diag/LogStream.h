@@ -1,7 +1,7 @@
 // The file that a log is written to: buffered, and slow to give a line up.
 #pragma once
 
-#include <ztlib/ZtString.h>
+#include <ztlib/ZtFilename.h>
 
 #include <cstddef>
 
@@ -48,7 +48,7 @@ private:
     bool appendToConsole(const char* bytes, std::size_t count);
     void flushConsole();
 
-    ZtString path_;
+    ZtFilename path_;
     int output_ = platform::kNoOutput;
     int error_ = 0;
     int consoleError_ = 0;  // since the last flush

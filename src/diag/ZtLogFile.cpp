@@ -1,6 +1,7 @@
 // The diagnostic log: lines, rotation, and the settings of both.
 #include <ztlib/ZtLogFile.h>
 #include <ztlib/ZtMemory.h>
+#include <ztlib/ZtMemoryException.h>
 #include <ztlib/ZtTmpDir.h>
 
 #include <algorithm>
@@ -151,7 +152,7 @@ bool ZtLogFile::openIn(const char* directory, bool datedSubdirectories, long lon
     path = file;
     if (failed("open log file", record.stream.open(file, record.consoleToLog)))
         return false;
-    record.logFile = file;
+    record.logFile.swapWith(file);
     record.nameSecond = second;
     record.bytesWritten = 0;
     record.missingLines = 0;
@@ -196,17 +197,20 @@ void ZtLogFile::Record::flush() {
 }
 
 // Goes on in a new file in the directory of the current one. It takes the name of a later second,
-// or it would replace the file that it continues.
+// or it would replace the file that it continues. Without memory to do so the log is closed, or
+// goes on in the old file for one more line.
 void ZtLogFile::rotate() {
     record_->isRotating = true;
-    struct EndOfRotation {
-        bool& isRotating;
-        ~EndOfRotation() { isRotating = false; }
-    } end{record_->isRotating};
-    const ZtFilename last = record_->logFile;
-    close();
-    openIn(last.dirname(), false, record_->nameSecond + 1);
-    printf("This file continues %s", last.basename().getString());
+    try {
+        const ZtFilename last = record_->logFile;
+        const ZtFilename directory = last.dirname();
+        close();
+        openIn(directory, false, record_->nameSecond + 1);
+        printf("This file continues %s", last.basename().getString());
+    } catch (const ZtMemoryException&) {
+        record_->setResult(ENOMEM, "continue log file", true);
+    }
+    record_->isRotating = false;
 }
 
 void ZtLogFile::trace(int level, const char* module, const char* text) {

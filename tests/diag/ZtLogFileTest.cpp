@@ -9,11 +9,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "EnvironmentVariable.h"
+#include "FailEveryAllocation.h"
 #include "ScratchFolder.h"
 #include "diag/LogStamp.h"
 #include "platform/PlatformFaults.h"
@@ -318,6 +320,33 @@ TEST_F(ZtLogFileTest, SaysWhyItCannotBeOpened) {
     EXPECT_EQ(0, result());
 }
 
+TEST_F(ZtLogFileTest, StaysClosedWithoutMemory) {
+    folder_.addFile("old.log");
+    failEveryAllocation([] { return std::make_unique<ZtLogFile>(); },
+                        [&](auto& log) {
+                            log->setMaxNumLogFiles(2);
+                            log->open(folder_.of("").c_str(), true);
+                        },
+                        [&](auto& log) {
+                            EXPECT_STREQ("", log->logFile());
+                            EXPECT_TRUE(log->open(folder_.of("").c_str()));
+                        });
+    // A rotation without memory loses no line.
+    openHere();
+    log_.setMaxLogFileSizeMB(0);
+    log_.setDateTimeFormat(0);
+    log_.printf("first");
+    testing::internal::CaptureStdout();
+    {
+        AllocationWatch watch;
+        watch.failAfter(0, AllocationWatch::kFromThenOn);
+        log_.trace(1, nullptr, "second");
+    }
+    log_.flush();
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_THAT(printed + content(file()), testing::HasSubstr("  [] second\n"));
+}
+
 // A full disk and interrupted writes: what was refused is offered again, in its order and once.
 TEST_F(ZtLogFileTest, KeepsLinesThatTheDiskDoesNotTake) {
     const std::string path = openHere();
@@ -388,7 +417,7 @@ TEST_F(ZtLogFileTest, IsWrittenWhenTheProcessEnds) {
         static const Late late;
         theLogInstance().setDateTimeFormat(0);
         theLogInstance().open(folder_.of("").c_str());
-        theLogInstance().trace(1, nullptr, "waits");
+        theLogInstance()->trace(1, nullptr, "waits");
         std::exit(0);
     };
     EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
