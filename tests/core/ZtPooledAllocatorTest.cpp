@@ -223,7 +223,8 @@ TEST(PooledAllocator, GrowingBlocksKeepTheirBytesAndFreedPages) {
 // The memory that the process has, or 0 where that cannot be known: the thread sanitizer adds much
 // of its own for each byte that is touched, and keeps it.
 std::size_t residentBytes() {
-    std::size_t total = 0, resident = 0;
+    [[maybe_unused]] std::size_t total = 0;
+    std::size_t resident = 0;
 #if defined(__linux__) && !defined(__SANITIZE_THREAD__)
     std::ifstream("/proc/self/statm") >> total >> resident;
 #endif
