@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "core/AllocateOrNull.h"
 #include "core/AllocationWatch.h"
 #include "platform/PlatformMemory.h"
 
@@ -46,10 +47,6 @@ void* watchedAllocate(std::size_t count) {
     return block;
 }
 
-void* allocateOrNull(std::size_t count) noexcept {
-    return isWatched() ? watchedAllocate(count) : systemAllocate(count);
-}
-
 void* reallocateOrNull(void* block, std::size_t count) noexcept {
     if (isWatched() && isMadeToFail())
         return nullptr;
@@ -60,6 +57,10 @@ void* reallocateOrNull(void* block, std::size_t count) noexcept {
 }
 
 }  // namespace
+
+void* allocateOrNull(std::size_t count) noexcept {
+    return isWatched() ? watchedAllocate(count) : systemAllocate(count);
+}
 
 void* ztmalloc(std::size_t count) {
     void* const block = allocateOrNull(count);

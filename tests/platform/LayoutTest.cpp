@@ -12,6 +12,7 @@
 #include <ztlib/ZtCutBoxPlane.h>
 #include <ztlib/ZtCutBoxPlaneDouble.h>
 #include <ztlib/ZtDArray.h>
+#include <ztlib/ZtDMatrix.h>
 #include <ztlib/ZtDataPointer.h>
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtHandle.h>
@@ -107,6 +108,7 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtVec4i, 16, 16),
              SIZE_OF(ZtVec3l, 24, 24),
              SIZE_OF(ZtVec3d, 24, 24),
+             SIZE_OF(ZtDMatrix<float>, 12, 16),
              SIZE_OF(ZtMat3f, 36, 36),
              SIZE_OF(ZtMat4f, 64, 64),
              SIZE_OF(ZtRotation, 16, 16),
