@@ -1,8 +1,10 @@
 // Results are the same to the last bit on every system: their digests, as computed on 64-bit Linux.
 #include <gtest/gtest.h>
+#include <ztlib/ZtAlignPointSets.h>
 #include <ztlib/ZtBitfield.h>
 #include <ztlib/ZtConnectedComponents.h>
 #include <ztlib/ZtCutBoxPlane.h>
+#include <ztlib/ZtDMatrix.h>
 #include <ztlib/ZtHash.h>
 #include <ztlib/ZtLine.h>
 #include <ztlib/ZtMat3f.h>
@@ -170,6 +172,37 @@ TEST(ResultsDigest, PickingAndCutting) {
             addIf(true, v[k] - w[k]);
     }
     EXPECT_EQ(1613535807224824159u, digest.value());
+}
+
+TEST(ResultsDigest, DenseMatricesAndAlignment) {
+    Numbers numbers;
+    Digest digest;
+    const auto addAll = [&](const float* values, int count) {
+        for (int i = 0; i < count; ++i)
+            digest.add(values[i]);
+    };
+    for (int n = 0; n < 60; ++n) {
+        ZtDMatrix<float> a(n, n), u, v;
+        ZtDMatrix<float> x(1, n), w(1, n);
+        for (ZtDMatrix<float>* m : {&a, &x})
+            for (int i = 0; i < m->nRows() * n; ++i)
+                m->dataPtr()[i] = numbers.fraction() - 0.5f;
+        float* rhs[] = {x.dataPtr()};
+        digest.add(a.solveLRdecomp(rhs, 1));
+        digest.add(a.svd(u, w.dataPtr(), v));
+        a *= u;
+        for (const ZtDMatrix<float>* m : {&x, &w, &a, &v})
+            addAll(m->dataPtr(), m->nRows() * n);
+        std::vector<ZtVec3f> p1, p2;
+        for (int k = 0; k < n; ++k) {
+            p1.push_back(ZtVec3f{numbers.spread(), numbers.spread(), numbers.spread()});
+            p2.push_back(ZtVec3f{numbers.spread(), numbers.spread(), numbers.spread()});
+        }
+        ZtMat4f m;
+        ztAlignPointSets(m, p1.data(), p2.data(), n, n % 3);
+        addAll(m[0], 16);
+    }
+    EXPECT_EQ(12720118272577206163u, digest.value());
 }
 
 TEST(ResultsDigest, ConnectedComponents) {
