@@ -26,8 +26,9 @@ const char* ZtMemoryException::what() const {
 void ZtMemoryException::writeMessage() const noexcept {
     // Without a formatted print, which not every runtime has for this type.
     char text[64] = "could not allocate ";
-    char* const end = std::to_chars(text + std::strlen(text), text + sizeof text, numBytes_).ptr;
-    std::strcpy(end, " bytes");
+    constexpr char kUnit[] = " bytes";
+    char* const last = text + sizeof text - sizeof kUnit;
+    std::strcpy(std::to_chars(text + std::strlen(text), last, numBytes_).ptr, kUnit);
     try {
         message = numBytes_ == 0 ? kUnknownSize : text;
     } catch (...) {
