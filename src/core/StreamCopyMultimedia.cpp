@@ -75,7 +75,8 @@ void copyTail(unsigned char* to, const unsigned char* from, std::size_t count) {
 
 }  // namespace
 
-void copyByMultimediaRegisters(unsigned char* to, const unsigned char* from, std::size_t count) {
+void* copyByMultimediaRegisters(unsigned char* to, const unsigned char* from, std::size_t count) {
+    void* const destination = to;
     if (count >= kBlock) {
         if (count <= kUnalignedFrom || count > kUnalignedTo)
             for (; reinterpret_cast<std::uintptr_t>(to) % 8 != 0; --count)
@@ -94,6 +95,7 @@ void copyByMultimediaRegisters(unsigned char* to, const unsigned char* from, std
     copyTail(to, from, count);
     _mm_empty();
     _mm_sfence();
+    return destination;
 }
 
 }  // namespace streamcopy

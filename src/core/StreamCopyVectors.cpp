@@ -59,11 +59,7 @@ void streamBlocks(unsigned char* to, const unsigned char* from, std::size_t bloc
 
 }  // namespace
 
-void copyByVectors(unsigned char* to, const unsigned char* from, std::size_t count) {
-    if (count / kBlock < kStreamingBlocks) {
-        std::memcpy(to, from, count);
-        return;
-    }
+void* streamByVectors(unsigned char* to, const unsigned char* from, std::size_t count) {
     const std::size_t head = bytesUpToLine(to);
     std::memcpy(to, from, head);
     const std::size_t blocks = (count - head) / kBlock;
@@ -71,6 +67,7 @@ void copyByVectors(unsigned char* to, const unsigned char* from, std::size_t cou
     const std::size_t done = head + blocks * kBlock;
     std::memcpy(to + done, from + done, count - done);
     _mm_sfence();
+    return to;
 }
 
 }  // namespace streamcopy

@@ -12,10 +12,9 @@ void* memcpy_amd(void* destination, const void* source, std::size_t count) {
     const auto to = static_cast<unsigned char*>(destination);
     const auto from = static_cast<const unsigned char*>(source);
     if constexpr (sizeof(void*) == 4)
-        streamcopy::copyByMultimediaRegisters(to, from, count);
+        return streamcopy::copyByMultimediaRegisters(to, from, count);
     else
-        streamcopy::copyByVectors(to, from, count);
-    return destination;
+        return streamcopy::copyByVectors(to, from, count);
 #else
     return std::memcpy(destination, source, count);
 #endif
