@@ -282,6 +282,21 @@ TEST(ZtCrashDump, NamesTheSignals) {
                     HasSubstr(std::string("\nC [] ") + row.text + "\nC [] Created crash dump"));
     }
 }
+
+// The note is complete by then, and the signal is that of the first crash.
+TEST(ZtCrashDump, ACrashOfTheHandlerEndsTheProcess) {
+    const Folder folder;
+    const auto crashTwice = [] {
+        theLogInstance().close();  // lines go to standard output, which is broken
+        std::fflush(stdout);
+        std::setvbuf(stdout, reinterpret_cast<char*>(16), _IOFBF, 4096);
+        crashByInstruction();
+    };
+    EXPECT_EXIT(crash(folder, folder.of("the.dmp"), crashTwice), diedOf(SIGILL), "");
+    EXPECT_THAT(folder.read(".dmp"), HasSubstr("\nreason: Illegal instruction\n"));
+    EXPECT_THAT(folder.read(".dmp"), testing::EndsWith("\nend of note\n"));
+    EXPECT_THAT(folder.read(".log"), testing::Not(HasSubstr("Illegal")));
+}
 #endif
 
 // The first arming holds; a name is put where temporary files are.
