@@ -6,6 +6,8 @@
 #include <ztlib/ZtMat4f.h>
 #include <ztlib/ZtVec3f.h>
 
+#include <cmath>
+
 /// A unit quaternion, stored x, y, z, w: the vector part first, the scalar last. Rotations are
 /// right-handed: about +z, the x axis turns towards the y axis. Angles are radians. Vectors are
 /// rows, so the image of v is v M with M the rotation's matrix, and a * b turns by a first, then by
@@ -37,7 +39,23 @@ public:
     ZtRotation& setValue(const ZtVec3f& from, const ZtVec3f& to);
     ZtRotation& setValue(const ZtVec3f& fromDir, const ZtVec3f& fromUp, const ZtVec3f& toDir,
                          const ZtVec3f& toUp);
-    ZtRotation& setValue(const ZtMat4f& m);
+    ZtRotation& setValue(const ZtMat4f& m) {
+        const float m00 = m[0][0], m11 = m[1][1], m22 = m[2][2], m33 = m[3][3];
+        const float trace = m00 + m11 + m22;
+        if (m00 > m11 ? (m00 > m22 ? trace > m00 : trace > m22)
+                      : (m11 > m22 ? trace > m11 : trace > m22)) {
+            const double root = std::sqrt(double(trace + m33));
+            const auto f = static_cast<float>(0.5 / root);
+            q_[0] = (m[1][2] - m[2][1]) * f;
+            q_[1] = (m[2][0] - m[0][2]) * f;
+            q_[2] = (m[0][1] - m[1][0]) * f;
+            q_[3] = static_cast<float>(root / 2);
+            return *this;
+        }
+        if (m00 > m11)
+            return m00 > m22 ? setLargest<0>(m) : setLargest<2>(m);
+        return m11 > m22 ? setLargest<1>(m) : setLargest<2>(m);
+    }
 
     /// The quaternion as x, y, z, w.
     const float* getValue() const { return q_; }
@@ -97,6 +115,20 @@ public:
     bool equals(const ZtRotation& q, float tolerance) const;
 
 private:
+    // From a matrix whose diagonal element i is the largest, and larger than the trace.
+    template <int i>
+    ZtRotation& setLargest(const ZtMat4f& m) {
+        constexpr int j = (i + 1) % 3;
+        constexpr int k = (i + 2) % 3;
+        const double root = std::sqrt(double(m[i][i] - m[j][j] - m[k][k] + m[3][3]));
+        const auto f = static_cast<float>(0.5 / root);
+        q_[i] = static_cast<float>(root / 2);
+        q_[j] = (m[j][i] + m[i][j]) * f;
+        q_[k] = (m[k][i] + m[i][k]) * f;
+        q_[3] = (m[j][k] - m[k][j]) * f;
+        return *this;
+    }
+
     double norm() const;
     void normalize();
     ZtRotation& store(double x, double y, double z, double w);

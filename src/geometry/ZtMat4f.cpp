@@ -80,29 +80,6 @@ float ZtMat4f::det4() const {
         minorOf(a, b, 1, 3) * minorOf(c, d, 0, 2) + minorOf(a, b, 2, 3) * minorOf(c, d, 0, 1));
 }
 
-ZtMat4f ZtMat4f::inverse() const {
-    ZtMat4f result;
-    if (isIdentity())
-        return result.makeIdentity();
-    if (affine_inverse(*this, result) != 0)
-        return result;
-    // In double precision: a view's projection loses half of a float's digits.
-    double factors[4][4];
-    std::copy_n(&m_[0][0], 16, &factors[0][0]);
-    int index[4];
-    double parity;
-    if (!luDecompose(factors, index, parity, 1e-20))
-        return *this;
-    for (int j = 0; j < 4; ++j) {
-        double column[4] = {};
-        column[j] = 1;
-        luSolve(factors, index, column);
-        for (int i = 0; i < 4; ++i)
-            result.m_[i][j] = static_cast<float>(column[i]);
-    }
-    return result;
-}
-
 int ZtMat4f::LUDecomposition(int index[4], float& d) {
     return luDecompose(m_, index, d, 1e-20f) ? 1 : 0;
 }

@@ -5,35 +5,49 @@
 #include <cmath>
 #include <cstddef>
 
+#include "VectorTypes.h"
+
 namespace {
 
 constexpr double kTiny = 1e-5;  // a sine or chord below which an axis is not resolved
 
-// Horner's rule, the coefficients from the constant one on.
+// Horner's rule, lane by lane, the coefficients from the constant one on.
 template <std::size_t N>
-double polynomial(const double (&coefficients)[N], double x) {
-    double value = 0;
-    for (std::size_t i = N; i-- > 0;)
+[[gnu::always_inline]] inline void polynomial(const TwoDoubles (&coefficients)[N],
+                                              const TwoDoubles& x, TwoDoubles& value) {
+    value = coefficients[N - 1];
+    for (std::size_t i = N - 1; i-- > 0;)
         value = value * x + coefficients[i];
-    return value;
 }
 
 // acos(x) for 0 <= x <= 1: the square root of 1 - x times a polynomial that interpolates the rest
-// at Chebyshev's points, to 6e-11 of the value. A float's rounding is a thousand times that.
+// at Chebyshev's points, to 6e-11 of the value. A float's rounding is a thousand times that. Even
+// and odd powers are summed side by side.
 double arcCosine(double x) {
-    static constexpr double kCoefficients[] = {
-        1.5707963267030993,    -0.21460181431005342,   0.089047715115689882,  -0.050778185522525654,
-        0.033558020283266241,  -0.023752501853162977,  0.016640035211437931,  -0.010349789939412923,
-        0.0049877136042259171, -0.0015664288135807937, 0.00023247194405484678};
-    return std::sqrt(1 - x) * polynomial(kCoefficients, x);
+    static constexpr TwoDoubles kCoefficients[] = {{1.5707963267030993, -0.21460181431005342},
+                                                   {0.089047715115689882, -0.050778185522525654},
+                                                   {0.033558020283266241, -0.023752501853162977},
+                                                   {0.016640035211437931, -0.010349789939412923},
+                                                   {0.0049877136042259171, -0.0015664288135807937},
+                                                   {0.00023247194405484678, 0}};
+    const double square = x * x;
+    TwoDoubles sums;
+    polynomial(kCoefficients, TwoDoubles{square, square}, sums);
+    return std::sqrt(1 - x) * (sums[0] + x * sums[1]);
 }
 
-// sin(x) for 0 <= x <= pi / 2, to 3e-11 of the value, in the same way.
-double sineOfQuarter(double x) {
-    static constexpr double kCoefficients[] = {0.99999999998291911,   -0.16666666616815567,
-                                               0.0083333309742075828, -0.00019840861179319552,
-                                               2.7525269812298849e-6, -2.3889217773452806e-8};
-    return x * polynomial(kCoefficients, x * x);
+// The sines of two angles from 0 to pi / 2, to 3e-11 of the value, in the same way.
+[[gnu::always_inline]] inline void sinesOfQuarter(const TwoDoubles& x, TwoDoubles& sines) {
+    static constexpr TwoDoubles kCoefficients[] = {
+        {0.99999999998291911, 0.99999999998291911},
+        {-0.16666666616815567, -0.16666666616815567},
+        {0.0083333309742075828, 0.0083333309742075828},
+        {-0.00019840861179319552, -0.00019840861179319552},
+        {2.7525269812298849e-6, 2.7525269812298849e-6},
+        {-2.3889217773452806e-8, -2.3889217773452806e-8}};
+    TwoDoubles ratios;
+    polynomial(kCoefficients, x * x, ratios);
+    sines = x * ratios;
 }
 
 }  // namespace
@@ -107,38 +121,6 @@ ZtRotation& ZtRotation::setValue(const ZtVec3f& fromDir, const ZtVec3f& fromUp,
     return *this = first * ZtRotation(toDir, angle);
 }
 
-ZtRotation& ZtRotation::setValue(const ZtMat4f& m) {
-    const double m00 = m[0][0], m11 = m[1][1], m22 = m[2][2], m33 = m[3][3];
-    const double xw = double(m[1][2]) - m[2][1];  // four times the products of two components
-    const double yw = double(m[2][0]) - m[0][2];
-    const double zw = double(m[0][1]) - m[1][0];
-    // Four times the square of the largest component; its row of the products then gives the
-    // others.
-    const double trace = m00 + m11 + m22;
-    const int i = m00 > m11 ? (m00 > m22 ? 0 : 2) : (m11 > m22 ? 1 : 2);
-    if (trace > (i == 0 ? m00 : i == 1 ? m11 : m22)) {
-        const double root = std::sqrt(trace + m33);
-        const double half = 0.5 / root;
-        return store(xw * half, yw * half, zw * half, root / 2);
-    }
-    const double xy = double(m[1][0]) + m[0][1];
-    const double yz = double(m[2][1]) + m[1][2];
-    const double zx = double(m[0][2]) + m[2][0];
-    if (i == 0) {
-        const double root = std::sqrt(m00 - m11 - m22 + m33);
-        const double half = 0.5 / root;
-        return store(root / 2, xy * half, zx * half, xw * half);
-    }
-    if (i == 1) {
-        const double root = std::sqrt(m11 - m22 - m00 + m33);
-        const double half = 0.5 / root;
-        return store(xy * half, root / 2, yz * half, yw * half);
-    }
-    const double root = std::sqrt(m22 - m00 - m11 + m33);
-    const double half = 0.5 / root;
-    return store(zx * half, yz * half, root / 2, zw * half);
-}
-
 void ZtRotation::getValue(float& x, float& y, float& z, float& w) const {
     x = q_[0];
     y = q_[1];
@@ -209,23 +191,26 @@ ZtRotation& ZtRotation::scaleAngle(float f) {
 }
 
 ZtRotation ZtRotation::slerp(const ZtRotation& a, const ZtRotation& b, float t) {
-    double cosine = double(a.q_[0]) * b.q_[0] + double(a.q_[1]) * b.q_[1] +
-                    double(a.q_[2]) * b.q_[2] + double(a.q_[3]) * b.q_[3];
+    FourDoubles from;
+    FourDoubles to;
+    load(a.q_, from);
+    load(b.q_, to);
+    const FourDoubles products = from * to;
+    double cosine = products[0] + products[1] + products[2] + products[3];
     const double sign = cosine < 0 ? -1 : 1;  // of b, for the shorter arc
     cosine *= sign;
-    double shareOfA = 1 - double(t);
-    double shareOfB = t;
+    TwoDoubles shares = {1 - double(t), double(t)};
     if (1 - cosine > kTiny) {
-        const double angle = arcCosine(cosine);
-        const double sine = std::sqrt((1 - cosine) * (1 + cosine));
-        const bool between = t >= 0 && t <= 1;
-        shareOfA = (between ? sineOfQuarter(shareOfA * angle) : std::sin(shareOfA * angle)) / sine;
-        shareOfB = (between ? sineOfQuarter(shareOfB * angle) : std::sin(shareOfB * angle)) / sine;
+        shares *= arcCosine(cosine);
+        if (t >= 0 && t <= 1)
+            sinesOfQuarter(shares, shares);
+        else
+            shares = TwoDoubles{std::sin(shares[0]), std::sin(shares[1])};
+        shares *= 1 / std::sqrt((1 - cosine) * (1 + cosine));
     }
-    shareOfB *= sign;
-    return ZtRotation().store(
-        shareOfA * a.q_[0] + shareOfB * b.q_[0], shareOfA * a.q_[1] + shareOfB * b.q_[1],
-        shareOfA * a.q_[2] + shareOfB * b.q_[2], shareOfA * a.q_[3] + shareOfB * b.q_[3]);
+    ZtRotation result;
+    ::store(shares[0] * from + sign * shares[1] * to, result.q_);
+    return result;
 }
 
 bool ZtRotation::equals(const ZtRotation& q, float tolerance) const {
