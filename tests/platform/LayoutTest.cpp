@@ -14,8 +14,10 @@
 #include <ztlib/ZtDArray.h>
 #include <ztlib/ZtDMatrix.h>
 #include <ztlib/ZtDataPointer.h>
+#include <ztlib/ZtEditable.h>
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtHandle.h>
+#include <ztlib/ZtInterface.h>
 #include <ztlib/ZtLine.h>
 #include <ztlib/ZtLogFile.h>
 #include <ztlib/ZtMat3f.h>
@@ -89,6 +91,10 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtBytePattern, 68, 68),
              SIZE_OF(ZtTypeInfo, 16, 32),
              SIZE_OF(ZtTypedObject, 4, 8),
+             SIZE_OF(ZtInterfaceOwner, 48, 72),
+             SIZE_OF(ZtInterface, 8, 16),
+             SIZE_OF(ZtEditable, 20, 32),
+             SIZE_OF(ZtEditingListener, 4, 8),
              SIZE_OF(ZtPrimType, 4, 4),
              SIZE_OF(ZtDataType, 4, 8),
              SIZE_OF(ZtTypedPointer, 8, 16),
@@ -174,6 +180,10 @@ TEST(Layout, VirtualOperationsKeepTheirSlots) {
     Handable::expectOrder();
     Tokenizer::expectOrder();
     expectSlotsFrom(0, &ZtTypedObject::getTypeId);
+    using E = ZtEditable;
+    expectSlotsFrom(0, &E::startEditing, &E::finishEditing, &E::isEdited, &E::isAllEdited,
+                    &E::getEditingFlags);
+    expectSlotsFrom(0, &ZtEditingListener::editingStarted, &ZtEditingListener::editingFinished);
     expectSlotsFrom(0, &NwParamBase::duplicate);
     using Check = NwParamEditCheck;
     expectSlotsFrom(2, &Check::checkRename, &Check::checkDelete, &Check::checkInsertBundle,
