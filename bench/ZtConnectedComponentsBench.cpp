@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "Compare.h"
+#include "ScriptPeer.h"
 #include "VolumeData.h"
 #include "imageproc/Components.h"
 
@@ -170,24 +171,17 @@ void addGrowth(const std::string& kind, const Make& make, int connectivity) {
         5);
 }
 
-/// Runs bench/scipy_label.py, which times its labelling itself; seconds, or 0 when it cannot run.
-double scipySeconds(const Volume& volume, int connectivity, int& count) {
+bench::ScriptResult labelByScipy(const Volume& volume, int connectivity) {
     const std::string raw = "scipy_label.raw";
     std::ofstream(raw, std::ios::binary)
         .write(reinterpret_cast<const char*>(volume.voxels.data()),
                static_cast<std::streamsize>(volume.voxels.size() * 2));
-    char command[512];
-    std::snprintf(command, sizeof command, "/usr/bin/python3 %s/scipy_label.py %s %d %d %d %d %g",
-                  ZTLIB_BENCH_DIR, raw.c_str(), volume.dims[0], volume.dims[1], volume.dims[2],
-                  connectivity, volume.lower);
-    double seconds = 0;
-    if (FILE* const pipe = popen(command, "r")) {
-        if (std::fscanf(pipe, "%lf %d", &seconds, &count) != 2)
-            seconds = 0;
-        pclose(pipe);
-    }
+    char arguments[100];
+    std::snprintf(arguments, sizeof arguments, " %d %d %d %d %g", volume.dims[0], volume.dims[1],
+                  volume.dims[2], connectivity, volume.lower);
+    const bench::ScriptResult result = bench::runScript("scipy_label.py " + raw + arguments);
     std::remove(raw.c_str());
-    return seconds;
+    return result;
 }
 
 template <class Label>
@@ -198,25 +192,12 @@ void addAgainstScipy(const Volume& volume, int connectivity, double bar) {
         name.c_str(),
         [=](benchmark::State& state) {
             Work<Label> work(volume, connectivity);
-            int count = 0;
-            const double peer = scipySeconds(volume, connectivity, count);
-            if (peer == 0) {
-                state.SkipWithError("scipy is not installed");
-                return;
-            }
+            const bench::ScriptResult peer = labelByScipy(volume, connectivity);
             work.label();
-            if (work.count != count)
+            if (peer.seconds != 0 && work.count != peer.count)
                 state.SkipWithError("ours and the peer gave different answers");
-            std::vector<double> ours;
-            for (auto _ : state) {
-                ours.push_back(bench::timeOnce([&] { work.label(); }, 1));
-                state.SetIterationTime(ours.back());
-            }
-            state.counters["ours_ns"] = bench::median(ours) * 1e9;
-            state.counters["peer_ns"] = peer * 1e9;
-            state.counters["ratio"] = peer / bench::median(ours);
-            state.counters["bar"] = bar;
-            state.SetLabel("peer: scipy.ndimage.label");
+            bench::runAgainst(state, "scipy.ndimage.label", peer.seconds, bar,
+                              [&] { work.label(); });
         })
         ->Iterations(15)
         ->UseManualTime()

@@ -10,6 +10,7 @@
 #include <random>
 
 #include "Compare.h"
+#include "ScriptPeer.h"
 
 #ifdef ZT_HAS_OPENCV
 #include <opencv2/core.hpp>
@@ -108,25 +109,18 @@ void addIterations(const ZtVec3i& dims, int steps, double bar) {
                 [=] { return work->ours == work->peer; }});
 }
 
-/// Runs bench/scipy_erosion.py, which times its work itself; seconds, or 0 when it cannot run.
-double scipySeconds(const Work& work, unsigned& count) {
+bench::ScriptResult erodeByScipy(const Work& work) {
     const std::string raw = "scipy_erosion.raw";
     {
         std::ofstream file(raw, std::ios::binary);
         for (unsigned i = 0; i < work.mask.nBits(); ++i)
             file.put(static_cast<char>(work.mask[i]));
     }
-    char command[512];
-    std::snprintf(command, sizeof command, "/usr/bin/python3 %s/scipy_erosion.py %s %d %d %d",
-                  ZTLIB_BENCH_DIR, raw.c_str(), work.dims.x, work.dims.y, work.dims.z);
-    double seconds = 0;
-    if (FILE* const pipe = popen(command, "r")) {
-        if (std::fscanf(pipe, "%lf %u", &seconds, &count) != 2)
-            seconds = 0;
-        pclose(pipe);
-    }
+    const bench::ScriptResult result =
+        bench::runScript("scipy_erosion.py " + raw + " " + std::to_string(work.dims.x) + " " +
+                         std::to_string(work.dims.y) + " " + std::to_string(work.dims.z));
     std::remove(raw.c_str());
-    return seconds;
+    return result;
 }
 
 void addAgainstScipy(const ZtVec3i& dims, double bar) {
@@ -135,25 +129,12 @@ void addAgainstScipy(const ZtVec3i& dims, double bar) {
         name.c_str(),
         [=](benchmark::State& state) {
             Work work(dims);
-            unsigned count = 0;
-            const double peer = scipySeconds(work, count);
-            if (peer == 0) {
-                state.SkipWithError("scipy is not installed");
-                return;
-            }
+            const bench::ScriptResult peer = erodeByScipy(work);
             erosion3D(work.mask, work.ours, dims);
-            if (work.ours.nSetBits() != count)
+            if (peer.seconds != 0 && work.ours.nSetBits() != static_cast<unsigned>(peer.count))
                 state.SkipWithError("ours and the peer gave different answers");
-            std::vector<double> ours;
-            for (auto _ : state) {
-                ours.push_back(bench::timeOnce([&] { erosion3D(work.mask, work.ours, dims); }, 4));
-                state.SetIterationTime(ours.back());
-            }
-            state.counters["ours_ns"] = bench::median(ours) * 1e9;
-            state.counters["peer_ns"] = peer * 1e9;
-            state.counters["ratio"] = peer / bench::median(ours);
-            state.counters["bar"] = bar;
-            state.SetLabel("peer: scipy.ndimage.binary_erosion");
+            bench::runAgainst(state, "scipy.ndimage.binary_erosion", peer.seconds, bar,
+                              [&] { erosion3D(work.mask, work.ours, dims); });
         })
         ->Iterations(15)
         ->UseManualTime()

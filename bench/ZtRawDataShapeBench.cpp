@@ -9,6 +9,7 @@
 #include <string>
 
 #include "Compare.h"
+#include "ScriptPeer.h"
 
 namespace {
 
@@ -118,29 +119,10 @@ void addAgainstScipy(const std::string& name, const std::string& work, ZtPrimTyp
     benchmark::RegisterBenchmark(
         full.c_str(),
         [=](benchmark::State& state) {
-            double peerSeconds = 0;
-            const std::string command =
-                std::string("/usr/bin/python3 " ZTLIB_BENCH_DIR "/scipy_reshape.py ") + work + " " +
-                type.getName() + " " + std::to_string(kSide);
-            std::FILE* const pipe = popen(command.c_str(), "r");
-            const bool ran = pipe && std::fscanf(pipe, "%lf", &peerSeconds) == 1;
-            if (pipe)
-                pclose(pipe);
-            if (!ran) {
-                state.SkipWithError("scipy is not installed");
-                return;
-            }
+            const bench::ScriptResult peer = bench::runScript(
+                "scipy_reshape.py " + work + " " + type.getName() + " " + std::to_string(kSide));
             const Work data(type);
-            std::vector<double> seconds;
-            for (auto _ : state) {
-                seconds.push_back(bench::timeOnce([&] { ours(data); }, 1));
-                state.SetIterationTime(seconds.back());
-            }
-            state.counters["ours_ns"] = bench::median(seconds) * 1e9;
-            state.counters["peer_ns"] = peerSeconds * 1e9;
-            state.counters["ratio"] = peerSeconds / bench::median(seconds);
-            state.counters["bar"] = 3;
-            state.SetLabel("peer: scipy or numpy");
+            bench::runAgainst(state, "scipy or numpy", peer.seconds, 3, [&] { ours(data); });
         })
         ->Iterations(7)
         ->UseManualTime()
