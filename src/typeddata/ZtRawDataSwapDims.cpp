@@ -233,14 +233,16 @@ private:
     void scatter(unsigned char* data, const unsigned char* block, const Tile& tile,
                  unsigned char* work) const {
         const Tile image = imageOf(tile);
-        if (permutation_.from[0] == 0)
-            permuteRows(work, block, tile, image);
-        else
+        const unsigned char* from = block;
+        // Rows that stay rows are tiles of their own.
+        if (permutation_.from[0] != 0) {
             permuteElements(work, block, tile, image);
+            from = work;
+        }
         const auto row = static_cast<std::size_t>(image.extent[0] * size_);
         forEachRow(image, targetStride_, [&](Offset offset) {
-            std::memcpy(data + offset, work, row);
-            work += row;
+            std::memcpy(data + offset, from, row);
+            from += row;
         });
     }
 
@@ -263,18 +265,6 @@ private:
         for (int i = 0; i < axes(); ++i)
             strides.from[i] = dense[permutation_.from[i]];
         return strides;
-    }
-
-    void permuteRows(unsigned char* out, const unsigned char* in, const Tile& tile,
-                     const Tile& image) const {
-        const Strides strides = stridesOf(tile, image);
-        Tile rows = image;
-        std::fill_n(rows.first, axes(), 0);
-        forEachRow(rows, strides.from, [&](Offset offset) {
-            const auto row = static_cast<std::size_t>(image.extent[0] * size_);
-            std::memcpy(out, in + offset, row);
-            out += row;
-        });
     }
 
     void permuteElements(unsigned char* out, const unsigned char* in, const Tile& tile,
