@@ -21,7 +21,6 @@ struct Isa {
     static Int load(const void* p) { return _mm256_loadu_si256(static_cast<const Int*>(p)); }
     static void store(void* p, Int v) { _mm256_storeu_si256(static_cast<Int*>(p), v); }
     static void streamTo(void* p, Int v) { _mm256_stream_si256(static_cast<Int*>(p), v); }
-    static void endStream() { _mm_sfence(); }
     static Float loadFloats(const void* p) { return _mm256_loadu_ps(static_cast<const float*>(p)); }
     static void storeFloats(void* p, Float v) { _mm256_storeu_ps(static_cast<float*>(p), v); }
     static Double loadDoubles(const void* p) {
@@ -177,6 +176,10 @@ struct VectorOf<double> {
 };
 
 #include "typeddata/RawVectors.inl"
+
+void endStream() {
+    _mm_sfence();
+}
 
 #include "typeddata/RawTable.inl"
 

@@ -21,7 +21,6 @@ struct Isa {
     static Int load(const void* p) { return _mm512_loadu_si512(p); }
     static void store(void* p, Int v) { _mm512_storeu_si512(p, v); }
     static void streamTo(void* p, Int v) { _mm512_stream_si512(static_cast<Int*>(p), v); }
-    static void endStream() { _mm_sfence(); }
     static Float loadFloats(const void* p) { return _mm512_loadu_ps(p); }
     static void storeFloats(void* p, Float v) { _mm512_storeu_ps(p, v); }
     static Double loadDoubles(const void* p) { return _mm512_loadu_pd(p); }
@@ -192,6 +191,10 @@ struct VectorOf<double> {
 };
 
 #include "typeddata/RawVectors.inl"
+
+void endStream() {
+    _mm_sfence();
+}
 
 #include "typeddata/RawTable.inl"
 

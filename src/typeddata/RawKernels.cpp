@@ -65,17 +65,19 @@ constexpr std::size_t kLine = 64;
 /// of the work that stay in the nearest cache, and streams them from there to `to`.
 template <class Work>
 void inPieces(void* to, std::size_t toSize, std::size_t fromSize, std::size_t count,
-              Kernels::Convert stream, Work work) {
+              const Kernels& kernels, Work work) {
     constexpr std::size_t kPiece = 4096;
+    constexpr std::size_t kSourcePiece = 16384;
     alignas(kLine) unsigned char piece[kPiece];
     const std::size_t head = (0 - reinterpret_cast<std::uintptr_t>(to)) % kLine / toSize;
     work(to, 0, head);
     std::size_t done = head;
-    const std::size_t elements = kPiece / std::max(toSize, fromSize) / kLine * kLine;
+    const std::size_t elements = std::min(kPiece / toSize, kSourcePiece / fromSize) / kLine * kLine;
     for (; done + elements <= count; done += elements) {
         work(piece, done, elements);
-        stream(at(to, done * toSize), piece, elements * toSize);
+        kernels.stream(at(to, done * toSize), piece, elements * toSize);
     }
+    kernels.endStream();
     work(at(to, done * toSize), done, count - done);
 }
 
@@ -83,12 +85,12 @@ void inPieces(void* to, std::size_t toSize, std::size_t fromSize, std::size_t co
 template <class Work>
 void writeAll(void* to, std::size_t toSize, const void* from, std::size_t fromSize,
               std::size_t count, Work work) {
-    const Kernels::Convert stream = kernelsInUse()->stream;
+    const Kernels& kernels = *kernelsInUse();
     // Where the array is read before it is written to, its lines are at hand.
     const bool inPlace = to == from;
     const bool isAligned = reinterpret_cast<std::uintptr_t>(to) % toSize == 0;
-    if (stream && !inPlace && isAligned && count >= kStreamBytes / toSize)
-        inPieces(to, toSize, fromSize, count, stream, work);
+    if (kernels.stream && !inPlace && isAligned && count >= kStreamBytes / toSize)
+        inPieces(to, toSize, fromSize, count, kernels, work);
     else
         work(to, 0, count);
 }

@@ -45,6 +45,8 @@ struct Kernels {
     /// Copies bytes past the caches, to where they are not needed soon; null where there is none.
     /// Expects `to` to be a multiple of 64.
     Convert stream;
+    /// Orders what was streamed before all that is written afterwards.
+    void (*endStream)();
 };
 
 extern const Kernels kPlainKernels;

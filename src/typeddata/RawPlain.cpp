@@ -67,6 +67,7 @@ std::size_t swap(void* to, const void* from, std::size_t count) {
 }
 
 constexpr Kernels::Convert stream = nullptr;
+constexpr void (*endStream)() = nullptr;
 
 #include "typeddata/RawTable.inl"
 

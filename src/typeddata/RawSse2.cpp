@@ -18,7 +18,6 @@ struct Isa {
     static Int load(const void* p) { return _mm_loadu_si128(static_cast<const Int*>(p)); }
     static void store(void* p, Int v) { _mm_storeu_si128(static_cast<Int*>(p), v); }
     static void streamTo(void* p, Int v) { _mm_stream_si128(static_cast<Int*>(p), v); }
-    static void endStream() { _mm_sfence(); }
     static Float loadFloats(const void* p) { return _mm_loadu_ps(static_cast<const float*>(p)); }
     static void storeFloats(void* p, Float v) { _mm_storeu_ps(static_cast<float*>(p), v); }
     static Double loadDoubles(const void* p) { return _mm_loadu_pd(static_cast<const double*>(p)); }
@@ -179,6 +178,10 @@ struct VectorOf<double> {
 };
 
 #include "typeddata/RawVectors.inl"
+
+void endStream() {
+    _mm_sfence();
+}
 
 #include "typeddata/RawTable.inl"
 

@@ -25,5 +25,6 @@ constexpr Kernels tableOf(Types<T...> types) {
     kernels.swap4 = swap<4>;
     kernels.swap8 = swap<8>;
     kernels.stream = stream;
+    kernels.endStream = endStream;
     return kernels;
 }
