@@ -17,6 +17,13 @@ void* allocateLarge(std::size_t count);
 /// never fails. Meant for a large block that `std::realloc` has moved.
 void adviseHugePages(void* start, std::size_t count);
 
+/// Boundaries of huge pages; what is aligned to them can lie on them entirely.
+inline constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+/// Takes such a request back: memory that is given back then stays so, where the system would
+/// otherwise make a huge page of what is left around it.
+void refuseHugePages(void* start, std::size_t count);
+
 /// Returns how many bytes of the block may be used, at least as many as were asked for; with a
 /// sanitizer, which watches them, just as many. The block comes from `std::malloc` and its kin.
 std::size_t usableSize(void* block);

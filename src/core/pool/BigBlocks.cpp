@@ -11,8 +11,6 @@ namespace pool {
 
 namespace {
 
-constexpr std::size_t kHugePage = std::size_t{2} << 20;
-
 // A kept block may be longer than what is wanted by this share of it.
 constexpr std::size_t kLargestWaste = 4;
 
@@ -23,7 +21,7 @@ bool fits(const Span* span, std::size_t bytes, std::size_t alignment) {
 
 std::size_t alignmentFor(std::size_t bytes, std::size_t alignment) {
     const bool onHugePages = sizeof(void*) > 4 && bytes >= platform::kLargeBlock;
-    return onHugePages && alignment < kHugePage ? kHugePage : alignment;
+    return onHugePages && alignment < platform::kHugePage ? platform::kHugePage : alignment;
 }
 
 void enter(const Span* span) {

@@ -14,10 +14,6 @@ namespace {
 // Beyond this, differences of addresses have no type.
 constexpr std::size_t kLargest = static_cast<std::size_t>(PTRDIFF_MAX) - (std::size_t{4} << 20);
 
-// A block that grows to at most this becomes a small block of twice the size; a larger one a row of
-// pages, which can grow where it lies.
-constexpr std::size_t kLargestDoubled = 8192;
-
 // A block keeps its place when it shrinks to no less than this share of it, or is no longer than
 // this.
 constexpr std::size_t kLeastShare = 2;
@@ -67,11 +63,12 @@ void* takePages(Pool& pool, std::size_t bytes, std::size_t alignment,
     return marked(span->start);
 }
 
-// A block for one that has outgrown its place, with room to grow on when that can be had.
+// A block for one that has outgrown its place, with room to grow on when that can be had: a small
+// block of twice the size, or a row of pages with free ones behind it.
 void* takeRoomFor(Pool& pool, std::size_t size) {
-    if (size > kLargestDoubled)
+    if (size > kLargestSmall)
         return takePages(pool, size, kPage, PageHeap::kRoomToGrow);
-    void* const block = allocate(pool, 2 * size);
+    void* const block = allocate(pool, std::min(2 * size, kLargestSmall));
     return block ? block : allocate(pool, size);
 }
 

@@ -5,11 +5,16 @@
 #include <new>
 
 #include "core/pool/SystemPages.h"
+#include "platform/PlatformMemory.h"
 #include "platform/PlatformPages.h"
 
 namespace pool {
 
 namespace {
+
+// A pool of so many chunks has its further ones on huge pages: blocks at random then miss the
+// processor's table of pages less often, and what a chunk holds too little for counts for little.
+constexpr unsigned kChunksOnSmallPages = 2;
 
 // The bits of a chunk's pages [start, start + bytes).
 std::uint64_t bitsOf(const Chunk* chunk, const char* start, std::size_t bytes) {
@@ -149,17 +154,22 @@ bool PageHeap::addChunk(Pool* pool, bool isReserved) {
         chunk = static_cast<Chunk*>(arena_.take(sizeof(Chunk), alignof(Chunk)));
     if (!chunk)
         return false;
-    void* const start = reserve(kChunkBytes, kPage);
+    const bool onHugePages =
+        chunkCount_ >= kChunksOnSmallPages && kChunkBytes % platform::kHugePage == 0;
+    void* const start = reserve(kChunkBytes, onHugePages ? platform::kHugePage : kPage);
     Span* const row = start && pagemap::prepare(start, kChunkBytes)
                           ? spans_.make(pool, start, kChunkBytes, chunk)
                           : nullptr;
     if (!row) {
         if (start)
             release(start, kChunkBytes);
-        keptChunks_ = new (chunk) Chunk{nullptr, 0, false, keptChunks_, nullptr};
+        keepChunk(chunk);
         return false;
     }
-    new (chunk) Chunk{static_cast<char*>(start), 0, isReserved, chunks_, nullptr};
+    new (chunk) Chunk{static_cast<char*>(start), 0, onHugePages, isReserved, chunks_, nullptr};
+    if (onHugePages)
+        platform::adviseHugePages(start, kChunkBytes);
+    ++chunkCount_;
     if (chunks_)
         chunks_->previous = chunk;
     chunks_ = chunk;
@@ -248,6 +258,10 @@ void PageHeap::addJoined(Span* row) {
 std::size_t PageHeap::clean(Span* row) {
     Chunk* const chunk = row->chunk;
     const std::uint64_t bits = chunk->dirty & bitsOf(chunk, row->start, row->bytes);
+    if (bits != 0 && chunk->onHugePages && row->bytes < kChunkBytes) {
+        platform::refuseHugePages(chunk->start, kChunkBytes);
+        chunk->onHugePages = false;
+    }
     for (std::uint64_t left = bits; left != 0;) {
         const int first = std::countr_zero(left);
         const int count = std::countr_one(left >> first);
@@ -263,6 +277,12 @@ std::size_t PageHeap::clean(Span* row) {
     return given;
 }
 
+// Keeps the record of a chunk that is gone.
+void PageHeap::keepChunk(Chunk* chunk) {
+    chunk->next = keptChunks_;
+    keptChunks_ = chunk;
+}
+
 // Gives up the chunk of a free row that is all of it.
 void PageHeap::releaseChunk(Span* row) {
     Chunk* const chunk = row->chunk;
@@ -273,7 +293,8 @@ void PageHeap::releaseChunk(Span* row) {
     (chunk->previous ? chunk->previous->next : chunks_) = chunk->next;
     if (chunk->next)
         chunk->next->previous = chunk->previous;
-    keptChunks_ = new (chunk) Chunk{nullptr, 0, false, keptChunks_, nullptr};
+    --chunkCount_;
+    keepChunk(chunk);
 }
 
 }  // namespace pool

@@ -19,6 +19,7 @@ inline constexpr std::size_t kChunkBytes = kChunkPages * kPage;
 struct Chunk {
     char* start;
     std::uint64_t dirty;  ///< one bit for each page whose memory the system does not have back
+    bool onHugePages;     ///< until memory within it is given back
     bool isReserved;  ///< was asked for when the pool was made, and is not given up before it is
     Chunk* next;
     Chunk* previous;
@@ -82,6 +83,7 @@ private:
     void removeFree(Span* row);
     void addJoined(Span* row);
     std::size_t clean(Span* row);
+    void keepChunk(Chunk* chunk);
     void releaseChunk(Span* row);
 
     Arena& arena_;
@@ -91,6 +93,7 @@ private:
     std::uint64_t freeLengths_ = 0;   ///< bit n - 1 is set while there are rows of n pages
     Chunk* chunks_ = nullptr;
     Chunk* keptChunks_ = nullptr;
+    unsigned chunkCount_ = 0;
     std::atomic<std::size_t> dirtyBytes_{0};
     std::atomic<std::size_t> freeDirtyBytes_{0};
 };

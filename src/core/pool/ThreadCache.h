@@ -10,9 +10,9 @@ class Pool;
 
 /// Two magazines for each class, one of them loaded: blocks are taken from its top and freed onto
 /// it, so that what was freed last, and is in the processor's cache, is taken first. An empty or
-/// full one is exchanged for the other, and then with the pool's central list. All zeros is not a
-/// cache: see `clear`. Used by its thread alone.
-class ThreadCache {
+/// full one is exchanged for the other, and then with the pool's central list. Used by
+/// its thread alone.
+class alignas(64) ThreadCache {
 public:
     constexpr ThreadCache() { clear(); }
 
@@ -54,6 +54,8 @@ public:
     void disable(Pool& pool);
     constexpr void setDisabled() { isDisabled_ = true; }
 
+    ThreadCache* next = nullptr;  ///< of those that a pool keeps for later
+
 private:
     struct List {
         void** top;  ///< the last block, or the null before the first
@@ -73,9 +75,6 @@ private:
     List lists_[kClasses + 1]{};
     Store stores_[kClasses + 1]{};
     bool isDisabled_ = false;
-
-public:
-    ThreadCache* next = nullptr;  ///< of those that the pool keeps for later
 };
 
 }  // namespace pool

@@ -9,10 +9,6 @@
 
 namespace platform {
 
-namespace {
-constexpr std::size_t kHugePage = std::size_t{2} << 20;
-}
-
 void* allocateLarge(std::size_t count) {
     void* block = nullptr;
     if (posix_memalign(&block, kHugePage, count) != 0)
@@ -31,6 +27,12 @@ void adviseHugePages(void* start, std::size_t count) {
 #else
     (void)start;
     (void)count;
+#endif
+}
+
+void refuseHugePages([[maybe_unused]] void* start, [[maybe_unused]] std::size_t count) {
+#if defined(MADV_NOHUGEPAGE)
+    madvise(start, count, MADV_NOHUGEPAGE);
 #endif
 }
 

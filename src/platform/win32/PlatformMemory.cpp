@@ -13,6 +13,8 @@ void* allocateLarge(std::size_t count) {
 
 void adviseHugePages(void*, std::size_t) {}
 
+void refuseHugePages(void*, std::size_t) {}
+
 std::size_t usableSize(void* block) {
     return _msize(block);
 }
