@@ -126,8 +126,10 @@ void fromThreadToThread(const Allocator& allocator) {
     consumer.join();
 }
 
-void touch(char* bytes, std::size_t from, std::size_t to) {
-    for (std::size_t i = from; i < to; i += 64)
+constexpr std::size_t kLine = 64, kPage = 4096;
+
+void touch(char* bytes, std::size_t from, std::size_t to, std::size_t step = kLine) {
+    for (std::size_t i = from; i < to; i += step)
         bytes[i] = 1;
 }
 
@@ -144,11 +146,14 @@ void grow(const Allocator& allocator) {
     allocator.release(block);
 }
 
+// Volumes that are taken, written to and freed in turn: one byte of each page, which is what having
+// memory costs, or of each line, which takes the memory's time as well.
+template <std::size_t Step>
 void volumes(const Allocator& allocator) {
     for (std::size_t megabytes : {4u, 32u, 48u}) {
         const std::size_t size = megabytes << 20;
         char* const block = static_cast<char*>(allocator.allocate(size));
-        touch(block, 0, size);
+        touch(block, 0, size, Step);
         allocator.release(block);
     }
 }
@@ -271,7 +276,8 @@ void addAll(const Allocator& ours, const Allocator& peer, const Bars& bars) {
     add("at random on two threads", bars.twoThreads, onTwoThreads);
     add("from thread to thread", bars.threadToThread, fromThreadToThread);
     add("growing to 1 MB", bars.growing, grow);
-    add("volumes of 4, 32 and 48 MB", bars.volumes, volumes);
+    add("volumes of 4, 32 and 48 MB, pages touched", bars.volumes, volumes<kPage>);
+    add("volumes of 4, 32 and 48 MB, lines written", bars.volumes, volumes<kLine>);
     addResident(ours, peer, bars.memory);
 }
 

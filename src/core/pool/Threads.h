@@ -13,6 +13,8 @@ namespace pool {
 /// Pools that can be at a time, the default one included.
 inline constexpr unsigned kMostPools = 4096;
 
+extern Pool defaultPool;
+
 /// A thread's caches. The calling thread's own is found through its word of storage. Other threads
 /// look at it only when they destroy a pool, under the registry's lock.
 struct ThreadState {
@@ -27,14 +29,13 @@ struct ThreadState {
 
     /// Its cache for a pool, or null when there is none yet.
     ThreadCache* cacheFor(const Pool& pool) {
-        const unsigned index = pool.index();
-        if (index == 0)
+        // By the address, which the compiler knows where the default pool is asked.
+        if (&pool == &defaultPool)
             return &cache;
+        const unsigned index = pool.index();
         return index < otherCount ? others[index].load(std::memory_order_relaxed) : nullptr;
     }
 };
-
-extern Pool defaultPool;
 
 /// The calling thread's cache for a pool, made if need be; null when memory is exhausted, or when
 /// the thread has passed the point at which its caches were taken from it.
