@@ -11,12 +11,12 @@
 ///
 /// Blocks are aligned to 16 bytes. Functions return null when memory is exhausted (`errno` is then
 /// ENOMEM) or a size cannot be put in numbers. Any thread may call them at any time, and free what
-/// another took; each keeps some free blocks of small sizes to itself, up to about 64 KiB of a
-/// size, and gives them to the others when it ends. Freed memory is kept, for 256 MiB of middle and
-/// of big blocks each at most (64 MiB with 32-bit addresses), and given back to the system when it
-/// was not needed for a few seconds, which is looked after when the pool is used, when memory runs
-/// out, and by `nedmalloc_trim`. A process may fork; its child has what the forking thread could
-/// reach.
+/// another took; each keeps some free blocks of up to 32 KiB to itself, up to 64 KiB of a size
+/// or four blocks, and gives them to the others when it ends. Freed memory is kept, for 256 MiB of
+/// middle and of big blocks each at most (64 MiB with 32-bit addresses), and given back to the
+/// system when it was not needed for a few seconds, which is looked after when the pool is used,
+/// when memory runs out, and by `nedmalloc_trim`. A process may fork; its child has what the
+/// forking thread could reach.
 ///
 /// Freeing a block twice or a block of another allocator is a broken contract, which a checked
 /// build reports, and then leaves the block alone.
@@ -63,7 +63,8 @@ ZTLIB_API void nedmalloc_stats(void);
 ZTLIB_API void nedpmalloc_stats(nedpool* pool);
 
 /// Returns the bytes that the system gave and does not have back: of blocks, free memory and
-/// records, in whole pages of 64 KiB.
+/// records, in whole pages of 64 KiB. Where the system has huge pages, the process may have a
+/// little more: the rest of those.
 ZTLIB_API std::size_t nedmalloc_footprint(void);
 ZTLIB_API std::size_t nedpmalloc_footprint(nedpool* pool);
 
