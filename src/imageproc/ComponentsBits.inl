@@ -24,12 +24,22 @@ inline void findBits(const T* row, int nx, Word* bits, const Predicate& predicat
     bits[0] = predicate(padded) & ~(~Word{0} << rest);
 }
 
+/// How many rows lie before a slice.
+inline std::ptrdiff_t rowsBefore(const Grid& grid, int z) {
+    return static_cast<std::ptrdiff_t>(grid.ny) * z;
+}
+
 template <class T>
-void thresholdElements(const Request& request, const Grid& grid, Word* bits, Word* marks) {
-    const T* row = static_cast<const T*>(request.data);
+void thresholdElements(const Request& request, const Grid& grid, Slab slab, Word* bits,
+                       Word* marks) {
+    const std::ptrdiff_t first = rowsBefore(grid, slab.begin);
+    const T* row = static_cast<const T*>(request.data) + first * grid.nx;
+    bits += first * grid.words;
+    if (marks)
+        marks += first * grid.words;
     const T lower = static_cast<T>(request.lower);
     const T upper = static_cast<T>(request.upper);
-    const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(grid.ny) * grid.nz;
+    const std::ptrdiff_t rows = rowsBefore(grid, slab.end) - first;
     for (std::ptrdiff_t r = 0; r < rows; ++r, row += grid.nx, bits += grid.words) {
         findBits(row, grid.nx, bits, [lower](const T* p) { return Ops::atLeast(p, lower); });
         if (!marks)
@@ -41,25 +51,28 @@ void thresholdElements(const Request& request, const Grid& grid, Word* bits, Wor
     }
 }
 
-void threshold(const Request& request, const Grid& grid, Word* bits, Word* marks) {
+void threshold(const Request& request, const Grid& grid, Slab slab, Word* bits, Word* marks) {
     switch (request.element) {
         case Element::kByte:
-            return thresholdElements<std::uint8_t>(request, grid, bits, marks);
+            return thresholdElements<std::uint8_t>(request, grid, slab, bits, marks);
         case Element::kShort:
-            return thresholdElements<std::int16_t>(request, grid, bits, marks);
+            return thresholdElements<std::int16_t>(request, grid, slab, bits, marks);
         case Element::kInt:
-            return thresholdElements<std::int32_t>(request, grid, bits, marks);
+            return thresholdElements<std::int32_t>(request, grid, slab, bits, marks);
         case Element::kFloat:
-            return thresholdElements<float>(request, grid, bits, marks);
+            return thresholdElements<float>(request, grid, slab, bits, marks);
         case Element::kDouble:
-            return thresholdElements<double>(request, grid, bits, marks);
+            return thresholdElements<double>(request, grid, slab, bits, marks);
         case Element::kUshort:
-            return thresholdElements<std::uint16_t>(request, grid, bits, marks);
+            return thresholdElements<std::uint16_t>(request, grid, slab, bits, marks);
     }
 }
 
-void findStarts(const unsigned char* field, const Grid& grid, Word* starts) {
-    const std::ptrdiff_t rows = static_cast<std::ptrdiff_t>(grid.ny) * grid.nz;
+void findStarts(const unsigned char* field, const Grid& grid, Slab slab, Word* starts) {
+    const std::ptrdiff_t first = rowsBefore(grid, slab.begin);
+    const std::ptrdiff_t rows = rowsBefore(grid, slab.end) - first;
+    field += first * grid.nx;
+    starts += first * grid.words;
     for (std::ptrdiff_t r = 0; r < rows; ++r, field += grid.nx, starts += grid.words) {
         starts[0] = 1;
         for (int w = 1; w < grid.words; ++w)
@@ -78,13 +91,13 @@ void findStarts(const unsigned char* field, const Grid& grid, Word* starts) {
     }
 }
 
-std::uint64_t countRuns(const Volume& volume) {
+std::uint64_t countRuns(const Volume& volume, Slab slab) {
     const Grid& grid = volume.grid;
     const int rowsY = volume.grouping == Grouping::kRows ? 1 : 2;
     const int rowsZ = volume.grouping == Grouping::kBlocks ? 2 : 1;
     const std::ptrdiff_t sliceWords = static_cast<std::ptrdiff_t>(grid.ny) * grid.words;
     std::uint64_t count = 0;
-    for (int z = 0; z < grid.nz; z += rowsZ) {
+    for (int z = slab.begin; z < slab.end; z += rowsZ) {
         for (int y = 0; y < grid.ny; y += rowsY) {
             const Word* const first =
                 volume.bits + z * sliceWords + static_cast<std::ptrdiff_t>(y) * grid.words;

@@ -2,6 +2,7 @@
 // unit, which define Ops; everything here has internal linkage.
 #pragma once
 
+#include "imageproc/ComponentsBits.inl"
 #include "imageproc/ComponentsForest.inl"
 
 namespace components {
@@ -12,13 +13,14 @@ namespace {
 class FieldLinker {
 public:
     FieldLinker(const Volume& volume, const Linking& linking)
-        : volume_(volume), recent_(volume, linking.scratch), limit_(linking.limit) {}
+        : volume_(volume), recent_(volume, linking), limit_(linking.limit) {}
 
-    LinkResult run() {
+    LinkResult run(Slab slab) {
         const Grid& grid = volume_.grid;
-        const Word* starts = volume_.bits;
-        const unsigned char* field = volume_.field;
-        for (int z = 0; z < grid.nz; ++z) {
+        const std::ptrdiff_t first = rowsBefore(grid, slab.begin);
+        const Word* starts = volume_.bits + first * grid.words;
+        const unsigned char* field = volume_.field + first * grid.nx;
+        for (int z = slab.begin; z < slab.end; ++z) {
             for (int y = 0; y < grid.ny; ++y, starts += grid.words, field += grid.nx) {
                 recent_.addFieldRow(starts);
                 linkRow(field, y, z);
@@ -29,7 +31,7 @@ public:
         return LinkResult::kDone;
     }
 
-    Run numRoots() const { return recent_.forest().numRoots(); }
+    void leaveTo(Linking& linking) const { recent_.leaveTo(linking); }
 
 private:
     /// A row before the one that is linked.

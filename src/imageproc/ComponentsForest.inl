@@ -19,7 +19,9 @@ struct GroupRuns {
 /// Union-find over runs. The root of a tree is its first run; a run's parent comes before it.
 class Forest {
 public:
-    explicit Forest(Run* parents) : parents_(parents) {}
+    /// Goes on with a forest of some runs.
+    Forest(Run* parents, Run numRuns, Run numRoots)
+        : parents_(parents), numRuns_(numRuns), numRoots_(numRoots) {}
 
     Run numRuns() const { return numRuns_; }
     Run numRoots() const { return numRoots_; }
@@ -63,20 +65,30 @@ private:
     }
 
     Run* parents_;
-    Run numRuns_ = 0;
-    Run numRoots_ = 0;
+    Run numRuns_;
+    Run numRoots_;
 };
 
 /// The runs of a group and of those before it that it may touch.
 class RecentRuns {
 public:
-    explicit RecentRuns(const Volume& volume, void* scratch)
-        : words_(volume.grid.words), slots_(numSlots(volume)), forest_(volume.parents) {
+    /// Goes on where `linking` has come.
+    RecentRuns(const Volume& volume, const Linking& linking)
+        : words_(volume.grid.words),
+          slots_(numSlots(volume)),
+          slot_(linking.slot),
+          forest_(volume.parents, linking.numRuns, linking.numRoots) {
         const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(slots_) * words_;
-        any_ = static_cast<Word*>(scratch);
+        any_ = static_cast<Word*>(linking.scratch);
         starts_ = any_ + size;
         runs_ = reinterpret_cast<GroupRuns*>(starts_ + size);
         base_ = reinterpret_cast<Run*>(runs_ + slots_);
+    }
+
+    void leaveTo(Linking& linking) const {
+        linking.slot = slot_;
+        linking.numRuns = forest_.numRuns();
+        linking.numRoots = forest_.numRoots();
     }
 
     /// The size of the work space.
@@ -180,7 +192,7 @@ private:
 
     int words_;
     int slots_;
-    int slot_ = -1;
+    int slot_;
     Word* any_;
     Word* starts_;
     GroupRuns* runs_;

@@ -42,6 +42,11 @@ struct Grid {
     int words;
 };
 
+/// The slices from `begin` to before `end`. Only the last slab of a grid may have an odd number.
+struct Slab {
+    int begin, end;
+};
+
 /// Everything that the kernels know of a grid being labelled.
 struct Volume {
     Grid grid;
@@ -68,13 +73,20 @@ enum class LinkResult : unsigned char {
     kUncertain  ///< they may; single rows (Grouping::kRows) would tell
 };
 
-/// What `link` needs beside the volume, and what it finds.
+/// What `link` needs beside the volume, and how far it has come. The slabs are linked in order,
+/// with one of these for all.
 struct Linking {
     std::uint32_t limit;
     /// linkBytes(volume) bytes.
     void* scratch;
-    /// Out: the number of trees, when the result is kDone.
-    Run numRoots;
+    /// The elements of the next slab, which are fetched from memory meanwhile.
+    const unsigned char* next = nullptr;
+    std::ptrdiff_t nextBytes = 0;
+    /// The place of the last group in the work space.
+    int slot = -1;
+    /// The runs and the trees so far.
+    Run numRuns = 0;
+    Run numRoots = 0;
 };
 
 /// The statistics of a component, in the memory of its ZtConnectedComponents::Component.
@@ -111,18 +123,19 @@ struct Writing {
 
 /// The steps of a labelling. None of them allocates or throws.
 struct Kernels {
+    /// Both take the whole grid's elements and bits and find those of the slab.
     /// Sets `bits` where an element is at or above request.lower and, unless it is null, `marks`
     /// where it is also at or above request.upper.
-    void (*threshold)(const Request& request, const Grid& grid, Word* bits, Word* marks);
+    void (*threshold)(const Request& request, const Grid& grid, Slab slab, Word* bits, Word* marks);
     /// Sets `starts` where a voxel is the first of its row or differs from the one before it.
-    void (*findStarts)(const unsigned char* field, const Grid& grid, Word* starts);
-    /// How many runs the volume has.
-    std::uint64_t (*countRuns)(const Volume& volume);
+    void (*findStarts)(const unsigned char* field, const Grid& grid, Slab slab, Word* starts);
+    /// How many runs a slab has.
+    std::uint64_t (*countRuns)(const Volume& volume, Slab slab);
     /// Work space of `link` and of `write` in bytes.
     std::size_t (*linkBytes)(const Volume& volume);
     std::size_t (*writeBytes)(const Volume& volume);
-    /// Unites the runs that touch. Every tree's root is its first run.
-    LinkResult (*link)(const Volume& volume, Linking& linking);
+    /// Unites the runs of a slab with those that they touch. Every tree's root is its first run.
+    LinkResult (*link)(const Volume& volume, Slab slab, Linking& linking);
     /// Numbers the components, writes the labels and gathers the statistics.
     void (*write)(const Volume& volume, const Writing& writing);
 };

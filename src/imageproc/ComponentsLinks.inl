@@ -66,17 +66,23 @@ class Linker {
 public:
     Linker(const Volume& volume, const Linking& linking)
         : volume_(volume),
-          recent_(volume, linking.scratch),
+          recent_(volume, linking),
           limit_(linking.limit),
           words_(volume.grid.words),
           groupsY_(RecentRuns::groupsPerSlice(volume)),
-          rowsZ_(volume.grouping == Grouping::kBlocks ? 2 : 1) {}
+          rowsZ_(volume.grouping == Grouping::kBlocks ? 2 : 1),
+          next_(linking.next),
+          nextBytes_(linking.nextBytes) {}
 
-    LinkResult run() {
-        for (int z = 0; z < volume_.grid.nz; z += rowsZ_) {
+    LinkResult run(Slab slab) {
+        const std::ptrdiff_t numGroups =
+            static_cast<std::ptrdiff_t>((slab.end - slab.begin + rowsZ_ - 1) / rowsZ_) * groupsY_;
+        const std::ptrdiff_t bytesPerGroup = nextBytes_ / numGroups + 1;
+        for (int z = slab.begin; z < slab.end; z += rowsZ_) {
             if (volume_.grouping == Grouping::kBlocks && mayExceedLimit(z))
                 return LinkResult::kUncertain;
             for (int y = 0; y < groupsY_; ++y) {
+                fetchNext(bytesPerGroup);
                 const LinkResult result = linkGroup(y, z);
                 if (result != LinkResult::kDone)
                     return result;
@@ -85,9 +91,21 @@ public:
         return LinkResult::kDone;
     }
 
-    Run numRoots() const { return recent_.forest().numRoots(); }
+    void leaveTo(Linking& linking) const { recent_.leaveTo(linking); }
 
 private:
+    Run numRoots() const { return recent_.forest().numRoots(); }
+
+    /// Asks for so many bytes more of the next slab, so that they arrive while runs are linked.
+    void fetchNext(std::ptrdiff_t bytes) {
+        if (bytes > nextBytes_)
+            bytes = nextBytes_;
+        for (std::ptrdiff_t i = 0; i < bytes; i += 64)
+            __builtin_prefetch(next_ + i, 0, 2);
+        next_ += bytes;
+        nextBytes_ -= bytes;
+    }
+
     /// Adds and links group `group` of slice (or pair of slices) z.
     LinkResult linkGroup(int group, int z) {
         switch (volume_.grouping) {
@@ -331,6 +349,8 @@ private:
     int words_;
     int groupsY_;
     int rowsZ_;
+    const unsigned char* next_;
+    std::ptrdiff_t nextBytes_;
 };
 
 std::size_t linkBytes(const Volume& volume) {
@@ -338,16 +358,16 @@ std::size_t linkBytes(const Volume& volume) {
 }
 
 template <class AnyLinker>
-LinkResult runLinker(const Volume& volume, Linking& linking) {
+LinkResult runLinker(const Volume& volume, Slab slab, Linking& linking) {
     AnyLinker linker(volume, linking);
-    const LinkResult result = linker.run();
-    linking.numRoots = linker.numRoots();
+    const LinkResult result = linker.run(slab);
+    linker.leaveTo(linking);
     return result;
 }
 
-LinkResult link(const Volume& volume, Linking& linking) {
-    return volume.field ? runLinker<FieldLinker>(volume, linking)
-                        : runLinker<Linker>(volume, linking);
+LinkResult link(const Volume& volume, Slab slab, Linking& linking) {
+    return volume.field ? runLinker<FieldLinker>(volume, slab, linking)
+                        : runLinker<Linker>(volume, slab, linking);
 }
 
 }  // namespace

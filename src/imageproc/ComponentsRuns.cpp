@@ -56,6 +56,22 @@ Run largeSumsFor(const Grid& grid, std::uint32_t numComponents) {
     return size;
 }
 
+int bytesOf(Element element) {
+    switch (element) {
+        case Element::kByte:
+            return 1;
+        case Element::kShort:
+        case Element::kUshort:
+            return 2;
+        case Element::kInt:
+        case Element::kFloat:
+            return 4;
+        case Element::kDouble:
+            break;
+    }
+    return 8;
+}
+
 /// Finds the bits of a grid and labels them.
 class Labelling {
 public:
@@ -65,42 +81,30 @@ public:
         volume_.reach = reach;
     }
 
-    void findBits() {
-        const Grid& grid = volume_.grid;
-        const std::uint64_t rowWords = static_cast<std::uint64_t>(grid.words);
-        const std::uint64_t words =
-            rowWords * static_cast<std::uint64_t>(grid.ny) * static_cast<std::uint64_t>(grid.nz);
-        const bool marked = !request_.labelMode && !(request_.upper <= request_.lower);
-        bits_.allocate(words * (marked ? 2 : 1) + rowWords);
-        Word* const zeros = bits_.data();
-        Word* const bits = zeros + rowWords;
-        Word* const marks = marked ? bits + words : nullptr;
-        std::memset(zeros, 0, static_cast<std::size_t>(rowWords) * sizeof(Word));
-        if (request_.labelMode) {
-            volume_.field = static_cast<const unsigned char*>(request_.data);
-            kernels_.findStarts(volume_.field, grid, bits);
-        } else {
-            volume_.field = nullptr;
-            kernels_.threshold(request_, grid, bits, marks);
-        }
-        volume_.zeros = zeros;
-        volume_.bits = bits;
-        volume_.marks = marks;
-    }
-
+    /// Goes through the volume slab by slab, so that the elements of one come from memory while the
+    /// runs of the one before are linked, and its bits are found in the cache.
     LinkResult link(Grouping grouping) {
+        if (volume_.bits == nullptr)
+            allocateBits();
         volume_.grouping = grouping;
-        const std::uint64_t numRuns = kernels_.countRuns(volume_);
-        if (numRuns > INT32_MAX)
-            ztThrowMemoryException(SIZE_MAX);
-        parents_.allocate(numRuns + 2 * kPadding);
-        std::memset(parents_.data(), 0, kPadding * sizeof(Run));
-        volume_.parents = parents_.data() + kPadding;
-        std::memset(volume_.parents + numRuns, 0, kPadding * sizeof(Run));
-        volume_.numRuns = static_cast<Run>(numRuns);
         WorkArray<unsigned char> scratch(kernels_.linkBytes(volume_));
-        Linking linking{request_.limit, scratch.data(), 0};
-        const LinkResult result = kernels_.link(volume_, linking);
+        Linking linking{request_.limit, scratch.data()};
+        std::uint64_t numRuns = 0;
+        LinkResult result = LinkResult::kDone;
+        for (Slab slab = slabAt(0); slab.begin < slab.end && result == LinkResult::kDone;
+             slab = slabAt(slab.end)) {
+            if (slab.end > found_)
+                findBits(slab);
+            numRuns += kernels_.countRuns(volume_, slab);
+            makeRoomForRuns(numRuns, slab.end);
+            announce(slab.end, linking);
+            result = kernels_.link(volume_, slab, linking);
+        }
+        if (result == LinkResult::kUncertain)
+            while (found_ < volume_.grid.nz)
+                findBits(slabAt(found_));
+        std::memset(volume_.parents + linking.numRuns, 0, kPadding * sizeof(Run));
+        volume_.numRuns = linking.numRuns;
         numComponents_ = linking.numRoots;
         return result;
     }
@@ -121,10 +125,79 @@ public:
     std::uint32_t numComponents() const { return numComponents_; }
 
 private:
+    /// About what the cache nearest to memory that one core has to itself holds twice.
+    static constexpr std::ptrdiff_t kSlabBytes = 512 * 1024;
+
+    Slab slabAt(int z) const {
+        return {z, volume_.grid.nz - z < slices_ ? volume_.grid.nz : z + slices_};
+    }
+
+    void allocateBits() {
+        const Grid& grid = volume_.grid;
+        const std::uint64_t rowWords = static_cast<std::uint64_t>(grid.words);
+        const std::uint64_t words =
+            rowWords * static_cast<std::uint64_t>(grid.ny) * static_cast<std::uint64_t>(grid.nz);
+        const bool marked = !request_.labelMode && !(request_.upper <= request_.lower);
+        bits_.allocate(words * (marked ? 2 : 1) + rowWords);
+        volume_.zeros = bits_.data();
+        std::memset(bits_.data(), 0, static_cast<std::size_t>(rowWords) * sizeof(Word));
+        volume_.bits = bits_.data() + rowWords;
+        volume_.marks = marked ? volume_.bits + words : nullptr;
+        volume_.field =
+            request_.labelMode ? static_cast<const unsigned char*>(request_.data) : nullptr;
+        // The bits of a label field cost more than its bytes' way from memory: there is nothing to
+        // be gained by finding them in between.
+        const std::ptrdiff_t pairs = request_.labelMode ? grid.nz : kSlabBytes / (2 * sliceBytes());
+        slices_ = 2 * static_cast<int>(std::clamp<std::ptrdiff_t>(pairs, 1, grid.nz / 2 + 1));
+    }
+
+    std::ptrdiff_t sliceBytes() const {
+        const int elementBytes = request_.labelMode ? 1 : bytesOf(request_.element);
+        return static_cast<std::ptrdiff_t>(volume_.grid.nx) * volume_.grid.ny * elementBytes;
+    }
+
+    void findBits(Slab slab) {
+        Word* const bits = bits_.data() + (volume_.bits - bits_.data());
+        Word* const marks = volume_.marks ? bits_.data() + (volume_.marks - bits_.data()) : nullptr;
+        if (request_.labelMode)
+            kernels_.findStarts(volume_.field, volume_.grid, slab, bits);
+        else
+            kernels_.threshold(request_, volume_.grid, slab, bits, marks);
+        found_ = slab.end;
+    }
+
+    /// Makes room for the runs of the slices before `z`, and, as far as these tell, of those
+    /// behind.
+    void makeRoomForRuns(std::uint64_t numRuns, int z) {
+        if (numRuns > INT32_MAX)
+            ztThrowMemoryException(SIZE_MAX);
+        if (numRuns <= room_ && volume_.parents)
+            return;
+        const double all = static_cast<double>(numRuns) * volume_.grid.nz / z;
+        room_ = std::max({numRuns, room_ + room_ / 2,
+                          static_cast<std::uint64_t>(std::min(1.05 * all, 1.0 * INT32_MAX))});
+        if (volume_.parents)
+            parents_.grow(room_ + 2 * kPadding);
+        else
+            parents_.allocate(room_ + 2 * kPadding);
+        std::memset(parents_.data(), 0, kPadding * sizeof(Run));
+        volume_.parents = parents_.data() + kPadding;
+    }
+
+    /// Tells the linking which elements come next.
+    void announce(int z, Linking& linking) const {
+        const std::ptrdiff_t bytes = z < found_ ? 0 : sliceBytes();
+        linking.next = static_cast<const unsigned char*>(request_.data) + z * sliceBytes();
+        linking.nextBytes = bytes * (slabAt(z).end - z);
+    }
+
     const Request& request_;
     const Kernels& kernels_;
     Volume volume_ = {};
     std::uint32_t numComponents_ = 0;
+    int slices_ = 0;          // of a slab
+    int found_ = 0;           // the slices whose bits are known
+    std::uint64_t room_ = 0;  // for runs
     WorkArray<Word> bits_;
     WorkArray<Run> parents_;
 };
@@ -161,7 +234,6 @@ int labelRuns(const Request& request, const Kernels& kernels, ComponentList& lis
     Neighbourhood reach = {};
     findNeighbourhood(request.connectivity, reach);
     Labelling labelling(request, kernels, reach);
-    labelling.findBits();
     LinkResult result = labelling.link(bestGrouping(request, reach));
     if (result == LinkResult::kUncertain)
         result = labelling.link(Grouping::kRows);
