@@ -35,7 +35,7 @@ else()
     else()
         set(location -Dztlib_DIR=${BUILD_DIR})
     endif()
-    run(${CMAKE_COMMAND} -S ${consumer} -B ${SCRATCH}/out -DCMAKE_CXX_COMPILER=${CXX}
+    run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${consumer} -B ${SCRATCH}/out -DCMAKE_CXX_COMPILER=${CXX}
         -DCMAKE_BUILD_TYPE=${CONFIG} ${location})
     run(${CMAKE_COMMAND} --build ${SCRATCH}/out)
     run(${SCRATCH}/out/consumer)
