@@ -16,30 +16,40 @@ ZT_INLINE unsigned combine(unsigned a, unsigned b) {
     return kErosion ? a & b : a | b;
 }
 
-template <bool kAligned>
-ZT_INLINE unsigned at(const unsigned* word, int bits) {
-    // In two shifts, since a word cannot be shifted by its whole length in one.
-    return kAligned ? word[0] : word[0] >> bits | word[1] << 1 << (31 - bits);
+/// How the bits at a shift are put together: not at all; a whole word; of two words; or whichever
+/// it is, with one shift more, since a word cannot be shifted by its whole length in one.
+enum class Kind { kNone, kWhole, kSplit, kAny };
+
+template <bool kErosion, Kind kKind>
+ZT_INLINE unsigned combineShifted(unsigned word, const unsigned* other, int bits) {
+    switch (kKind) {
+        case Kind::kNone:
+            return word;
+        case Kind::kWhole:
+            return combine<kErosion>(word, other[0]);
+        case Kind::kSplit:
+            return combine<kErosion>(word, other[0] >> bits | other[1] << (32 - bits));
+        case Kind::kAny:
+            break;
+    }
+    return combine<kErosion>(word, other[0] >> bits | other[1] << 1 << (31 - bits));
 }
 
-template <bool kErosion, bool kAligned, int kShifts>
+/// The rows above and below are of one kind, those before and behind of another.
+template <bool kErosion, Kind kInSlice, Kind kBeside>
 ZT_INLINE void rowsLoop(const unsigned* in, unsigned* __restrict out, std::ptrdiff_t count,
                         const Shift* shifts) {
     const unsigned* const a = in + shifts[0].words;
     const unsigned* const b = in + shifts[1].words;
-    const unsigned* const c = kShifts == 4 ? in + shifts[2].words : in;
-    const unsigned* const d = kShifts == 4 ? in + shifts[3].words : in;
+    const unsigned* const c = in + shifts[2].words;
+    const unsigned* const d = in + shifts[3].words;
     const int aBits = shifts[0].bits, bBits = shifts[1].bits;
-    const int cBits = kShifts == 4 ? shifts[2].bits : 0;
-    const int dBits = kShifts == 4 ? shifts[3].bits : 0;
+    const int cBits = shifts[2].bits, dBits = shifts[3].bits;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        unsigned word = combine<kErosion>(in[i], at<kAligned>(a + i, aBits));
-        word = combine<kErosion>(word, at<kAligned>(b + i, bBits));
-        if (kShifts == 4) {
-            word = combine<kErosion>(word, at<kAligned>(c + i, cBits));
-            word = combine<kErosion>(word, at<kAligned>(d + i, dBits));
-        }
-        out[i] = word;
+        unsigned word = combineShifted<kErosion, kInSlice>(in[i], a + i, aBits);
+        word = combineShifted<kErosion, kInSlice>(word, b + i, bBits);
+        word = combineShifted<kErosion, kBeside>(word, c + i, cBits);
+        out[i] = combineShifted<kErosion, kBeside>(word, d + i, dBits);
     }
 }
 
@@ -47,12 +57,26 @@ template <bool kErosion>
 ZT_INLINE void chooseRowsLoop(const unsigned* in, unsigned* out, std::ptrdiff_t count,
                               const Rows& beside) {
     const Shift* const shifts = beside.shifts;
-    if (beside.numShifts == 4)
-        beside.wholeWords ? rowsLoop<kErosion, true, 4>(in, out, count, shifts)
-                          : rowsLoop<kErosion, false, 4>(in, out, count, shifts);
+    const auto areSplit = [shifts](int i) {
+        return shifts[i].bits != 0 && shifts[i + 1].bits != 0;
+    };
+    const auto areWhole = [shifts](int i) {
+        return shifts[i].bits == 0 && shifts[i + 1].bits == 0;
+    };
+    if (beside.wholeWords && !beside.hasSlices)
+        rowsLoop<kErosion, Kind::kWhole, Kind::kNone>(in, out, count, shifts);
+    else if (beside.wholeWords)
+        rowsLoop<kErosion, Kind::kWhole, Kind::kWhole>(in, out, count, shifts);
+    else if (!beside.hasSlices && areSplit(0))
+        rowsLoop<kErosion, Kind::kSplit, Kind::kNone>(in, out, count, shifts);
+    else if (!beside.hasSlices)
+        rowsLoop<kErosion, Kind::kAny, Kind::kNone>(in, out, count, shifts);
+    else if (areSplit(0) && areSplit(2))
+        rowsLoop<kErosion, Kind::kSplit, Kind::kSplit>(in, out, count, shifts);
+    else if (areSplit(0) && areWhole(2))
+        rowsLoop<kErosion, Kind::kSplit, Kind::kWhole>(in, out, count, shifts);
     else
-        beside.wholeWords ? rowsLoop<kErosion, true, 2>(in, out, count, shifts)
-                          : rowsLoop<kErosion, false, 2>(in, out, count, shifts);
+        rowsLoop<kErosion, Kind::kAny, Kind::kAny>(in, out, count, shifts);
 }
 
 template <bool kErosion>

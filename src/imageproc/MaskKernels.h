@@ -16,10 +16,11 @@ struct Shift {
         : words(static_cast<std::ptrdiff_t>(offset >> 5)), bits(static_cast<int>(offset & 31)) {}
 };
 
-/// Where the rows beside a row lie: two or four. `wholeWords` tells that no shift leaves bits.
+/// Where the rows beside a row lie: above, below and, unless there is one slice only, before and
+/// behind. `wholeWords` tells that no shift leaves bits.
 struct Rows {
     const Shift* shifts;
-    int numShifts;
+    bool hasSlices;
     bool wholeWords;
 };
 

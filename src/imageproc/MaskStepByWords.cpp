@@ -91,7 +91,7 @@ private:
     void several(Offset word, Offset count, const Beside& beside) {
         const Shift shifts[4] = {Shift(beside.offsets[0]), Shift(beside.offsets[1]),
                                  Shift(beside.offsets[2]), Shift(beside.offsets[3])};
-        const Rows source = {shifts, grid_.nz > 1 ? 4 : 2, wholeWords_};
+        const Rows source = {shifts, grid_.nz > 1, wholeWords_};
         const auto length = static_cast<std::ptrdiff_t>(count);
         unsigned rows[kBuffered + 2];
         const unsigned* line = in_ + word;
