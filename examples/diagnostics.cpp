@@ -4,6 +4,7 @@
 #include <ztlib/ZtLogFile.h>
 
 #include <cstdio>
+#include <filesystem>
 
 // Opens the log in a directory of the application's own, and arms the writer of crash dumps. The
 // dump bears the name of the log, so that both are deleted together when they are old.
@@ -55,7 +56,8 @@ void useWhatIsMissing() {
 }
 
 int main(int argc, char** argv) {
-    if (argc != 2 || !setUpDiagnostics(argv[1]))
+    // The dump's path has to be absolute: another would be taken from the temporary directory.
+    if (argc != 2 || !setUpDiagnostics(std::filesystem::absolute(argv[1]).string().c_str()))
         return 1;
     writeThroughEveryCall();
     writeMuch();
