@@ -2,17 +2,20 @@
 #pragma once
 
 #include <cstdlib>
-#include <cstring>
 #include <list>
 #include <string>
+
+#include "ScratchFolder.h"
 
 /// Gives a variable a value for as long as it lives, then the old one again. The empty text stands
 /// for an unset variable, which on Windows it is.
 class EnvironmentVariable {
 public:
-    EnvironmentVariable(const std::string& name, const std::string& value) : before_(name + "=") {
+    EnvironmentVariable(const std::string& name, const std::string& value) : before_(name) {
         if (const char* const old = std::getenv(name.c_str()))
-            before_ += old;
+            before_ += std::string("=") + old;
+        else if (!kNamesAreBytes)
+            before_ += "=";  // takes it out on Windows, the name alone elsewhere
         set(name + "=" + value);
     }
     ~EnvironmentVariable() { set(before_); }

@@ -1,25 +1,21 @@
 // Edits: the flags, and what listeners hear and may do.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <ztlib/ZtEditable.h>
 
 #include <functional>
 #include <string>
-#include <vector>
 
 namespace {
 
-using testing::ElementsAre;
-
-std::vector<std::string> heard;
+std::string heard;  // "a+5 a-5 ": listener a heard of the start and of the end, the flags being 5
 
 struct Listener : ZtEditingListener {
     explicit Listener(const char* itsName) : name(itsName) {}
-    void editingStarted(ZtEditable* object) override { hear("started", object); }
-    void editingFinished(ZtEditable* object) override { hear("finished", object); }
+    void editingStarted(ZtEditable* object) override { hear("+", object); }
+    void editingFinished(ZtEditable* object) override { hear("-", object); }
 
     void hear(const char* event, ZtEditable* object) {
-        heard.push_back(name + " " + event + " " + std::to_string(object->getEditingFlags()));
+        heard += name + event + std::to_string(object->getEditingFlags()) + " ";
         if (whenTold)
             whenTold(object);
     }
@@ -28,7 +24,7 @@ struct Listener : ZtEditingListener {
     std::function<void(ZtEditable*)> whenTold;
 };
 
-std::vector<std::string> edit(ZtEditable& object, int flags) {
+std::string edit(ZtEditable& object, int flags) {
     heard.clear();
     object.startEditing(flags);
     object.finishEditing();
@@ -39,21 +35,17 @@ std::vector<std::string> edit(ZtEditable& object, int flags) {
 TEST(ZtEditable, TellsItsListenersWithTheFlagsOfTheEdit) {
     ZtEditable object;
     Listener a("a"), b("b");
-    for (ZtEditingListener* listener : {&a, &b, &a})
+    for (ZtEditingListener* listener : {&a, &b, &a, static_cast<Listener*>(nullptr)})
         object.addEditingListener(listener);
-    object.addEditingListener(nullptr);
-    EXPECT_THAT(edit(object, 5), ElementsAre("a started 5", "b started 5", "a started 5",
-                                             "a finished 5", "b finished 5", "a finished 5"));
+    EXPECT_EQ("a+5 b+5 a+5 a-5 b-5 a-5 ", edit(object, 5));
     object.removeEditingListener(&a);
     ZtEditable copy(object);
     object.removeEditingListener(&b);
-    EXPECT_THAT(edit(object, 1), ElementsAre("a started 1", "a finished 1"));
-    EXPECT_THAT(edit(copy, 2),
-                ElementsAre("b started 2", "a started 2", "b finished 2", "a finished 2"));
+    EXPECT_EQ("a+1 a-1 ", edit(object, 1));
+    EXPECT_EQ("b+2 a+2 b-2 a-2 ", edit(copy, 2));
 
     object.startEditing(1);
     object.startEditing(6);
-    EXPECT_EQ(6, object.getEditingFlags());
     EXPECT_TRUE(object.isEdited(3) && object.isAllEdited(6) && object.isAllEdited(0));
     EXPECT_FALSE(object.isEdited(1) || object.isAllEdited(7) || object.isEdited(0));
     copy = object;
@@ -64,16 +56,12 @@ TEST(ZtEditable, ListenersMayChangeTheList) {
     ZtEditable object;
     Listener a("a"), b("b"), c("c");
     a.whenTold = [&](ZtEditable* o) { o->removeEditingListener(&a); };
-    b.whenTold = [&](ZtEditable*) {};
-    c.whenTold = [&](ZtEditable* o) {
-        if (heard.size() < 4)
-            o->addEditingListener(&b);
-    };
+    c.whenTold = [&](ZtEditable* o) { o->addEditingListener(&b); };
     for (ZtEditingListener* listener : {&a, &b, &c})
         object.addEditingListener(listener);
     heard.clear();
     object.startEditing(1);  // a hides b; c adds b, which is told in the same round
-    EXPECT_THAT(heard, ElementsAre("a started 1", "c started 1", "b started 1"));
+    EXPECT_EQ("a+1 c+1 b+1 ", heard);
 }
 
 }  // namespace

@@ -6,11 +6,11 @@
 
 #include <map>
 #include <memory>
-#include <random>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "Random.h"
 #include "core/AllocationWatch.h"
 
 namespace {
@@ -18,21 +18,19 @@ namespace {
 // Types come and go at random, several of one name among them; a name finds one of its types, as
 // long as there is one.
 TEST(ZtTypeInfo, RegistryAgreesWithItsModel) {
-    std::mt19937 random(4);
-    std::vector<std::string> names = {"",  "A",        "a",  "aa",           "ab",
-                                      "B", "\xC4rger", "Zt", "ZtTypedObjecu"};
+    Random random(4);
+    const std::string names[] = {"", "A", "a", "aa", "ab", "B", "\xC4rger", "Zt", "ZtTypedObjecu"};
     std::map<std::string, std::set<const ZtTypeInfo*>> model;
     std::vector<std::unique_ptr<ZtTypeInfo>> types;
     for (int step = 0; step < 4000; ++step) {
-        const std::string& name = names[random() % names.size()];
-        const unsigned kind = random() % 8;
+        const std::string& name = random.of(names);
+        const int kind = random.below(8);
         if (kind < 3 || types.empty()) {
             types.push_back(std::make_unique<ZtTypeInfo>(name.c_str()));
             model[name].insert(types.back().get());
         } else if (kind < 6) {
-            auto& dropped = types[random() % types.size()];
-            model[dropped->getName()].erase(dropped.get());
-            std::swap(dropped, types.back());
+            std::swap(random.of(types), types.back());
+            model[types.back()->getName()].erase(types.back().get());
             types.pop_back();
         } else if (kind == 6) {
             ZtTypeInfo* const found = ZtTypeInfo::fromName(name.c_str());
@@ -53,8 +51,7 @@ TEST(ZtTypeInfo, RegistryAgreesWithItsModel) {
 
 TEST(ZtTypeInfo, AFailedRegistrationLeavesTheRegistryAsItWas) {
     std::vector<std::unique_ptr<ZtTypeInfo>> types;
-    int failures = 0;
-    while (failures < 3) {
+    for (int failures = 0; failures < 3;) {
         AllocationWatch watch;
         watch.failAfter(0);
         try {
@@ -70,9 +67,8 @@ TEST(ZtTypeInfo, AFailedRegistrationLeavesTheRegistryAsItWas) {
 }
 
 TEST(ZtTypeInfo, KnowsItsParents) {
-    const ZtTypeInfo root("root");
+    const ZtTypeInfo root("root"), side("side");
     const ZtTypeInfo middle("middle", nullptr, &root);
-    const ZtTypeInfo side("side");
     const ZtTypeInfo leaf("leaf", nullptr, &side, &middle);
     const ZtTypeInfo secondOnly("second only", nullptr, nullptr, &middle);
     EXPECT_TRUE(leaf.isOfType(&root));  // by the second parent only
