@@ -13,6 +13,7 @@ class NwParamEditCheck;
 /// hands leaves its bundle first. Names are never null. A tree is used by one thread at a time.
 class ZTLIB_API NwParamBase {
 public:
+    /// What an element of the tree is.
     enum Type { PARAMETER = 0, BUNDLE = 1 };
 
     /// The flags that mean something here; all others are the caller's. Those from `kKeep` on are
@@ -40,6 +41,7 @@ public:
     virtual NwParamBase* duplicate() const = 0;
     virtual ~NwParamBase();
 
+    /// 1 for a bundle, 0 for a parameter.
     int isBundle() const { return kind_ == BUNDLE; }
 
     /// Returns those flags of the mask that are set.
@@ -55,6 +57,7 @@ public:
     /// Clears the marks of the mask, on this node only.
     void untouch(int mask = 255);
 
+    /// The name, never null; it lives as long as the element has it.
     const char* name() const { return name_; }
     /// Sets the name (null is the empty text); does not touch.
     void setName(const char* name);
@@ -68,6 +71,7 @@ public:
     NwParamEditCheck* editCheck() const;
 
 protected:
+    /// An element of that kind with a copy of the name.
     NwParamBase(Type kind, const char* name);
     /// Copies kind, marks, flags and name; the copy has no owner and no edit check.
     NwParamBase(const NwParamBase& other);

@@ -31,6 +31,7 @@ class ZtString;
 /// printing to streams in the process.
 class ZTLIB_API NwParamBundle : public NwParamBase {
 public:
+    /// An empty bundle with a copy of the name; `create` makes one on the heap.
     explicit NwParamBundle(const char* name);
     static NwParamBundle* create(const char* name);
     /// Copies what `copy` does: nothing but name, flags and marks of a bundle that has flag 2 set.
@@ -77,6 +78,7 @@ public:
 
     // Reads, of any type that `find` finds. They return 0 when there is no such value.
 
+    /// Reads one integer.
     int findNum(const char* name, int& value) const;
     /// Reads `n` integers, which is the dimension expected. A text holds the integers at its start,
     /// with blanks between them; when it holds fewer, 0 is returned and those are stored.
@@ -95,6 +97,7 @@ public:
 
     // Writes: set the parameter of that name, or append a new one, without looking at flags.
 
+    /// The value takes the place of the old one, type and dimension included; arrays are copied.
     void set(const char* name, int value);
     void set(const char* name, double value);
     void set(const char* name, int n, const int* values);

@@ -16,6 +16,7 @@ class ZtString;
 /// every locale.
 class ZTLIB_API NwParameter : public NwParamBase {
 public:
+    /// A parameter of one number.
     NwParameter(const char* name, int value);
     NwParameter(const char* name, double value);
     /// `n` values (a negative `n` is 0); zeros when `data` is null.
@@ -38,7 +39,9 @@ public:
     NwParameter* duplicate() const override;
     ~NwParameter() override;
 
+    /// The type of the values.
     ZtPrimType primType() const { return type_; }
+    /// The number of values.
     int dimension() const { return dimension_; }
     int dim() const { return dimension_; }
 

@@ -5,6 +5,7 @@ namespace TrDeploy {
 
 /// A digest in the order in which it is written: byte 0 is the first pair of hexadecimal digits.
 struct MD5 {
+    /// The sum, first byte first.
     unsigned char digest[16];
 };
 

@@ -11,9 +11,11 @@
 /// stored beside a block which changes hands. Running out of memory is null here, not an exception.
 class ZtAllocator {
 public:
+    /// What obtains a block, null when there is none, and what releases it.
     typedef void* (*Allocate)(std::size_t count);
     typedef void (*Deallocate)(void* block);
 
+    /// The pairs of functions that come with the library.
     enum AllocatorType : int {
         MALLOC = 0,     ///< The runtime's `malloc` and `free`.
         NEDMALLOC = 1,  ///< The pooled allocator's `nedmalloc` and `nedfree`.
@@ -32,6 +34,7 @@ public:
                       : type == NEW_DELETE ? &deleteBlock
                                            : nullptr) {}
 
+    /// A pair of functions of the caller's own; a null one obtains or releases nothing.
     ZtAllocator(Allocate obtain, Deallocate release) : allocate_(obtain), deallocate_(release) {}
 
     /// Returns a block of `count` bytes; null when memory is exhausted or there is no function.

@@ -39,6 +39,7 @@ public:
     ZtBitfield& operator=(ZtBitfield&& other) noexcept;
     ~ZtBitfield();
 
+    /// The number of bits.
     unsigned nBits() const { return nBits_; }
     unsigned size() const { return nBits_; }
 
@@ -79,12 +80,13 @@ public:
     void setRange(unsigned first, unsigned last);
     void unsetRange(unsigned first, unsigned last);
 
-    // All words, with the bits above nBits().
+    /// All words, with the bits above nBits().
     void setAll();
     void unsetAll();
     void clearAll() { unsetAll(); }
     void toggleAll();
 
+    /// How many bits are set, and how many are clear.
     unsigned nSetBits() const;
     unsigned nUnsetBits() const { return nBits_ - nSetBits(); }
 
@@ -93,6 +95,7 @@ public:
     unsigned firstUnsetBit() const;
     unsigned lastSetBit() const;
 
+    /// Whether some bit is set, or clear; stops at the first one found.
     bool isAnyBitSet() const { return firstSetBit() != nBits_; }
     bool isAnyBitUnset() const { return firstUnsetBit() != nBits_; }
 

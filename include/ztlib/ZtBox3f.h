@@ -11,6 +11,8 @@
 /// by themselves.
 class ZtBox3f {
 public:
+    /// The bounds. A box that nothing was added to yet has its least bounds above its greatest
+    /// ones.
     float xmin = std::numeric_limits<float>::max();
     float xmax = -std::numeric_limits<float>::max();
     float ymin = std::numeric_limits<float>::max();
@@ -19,10 +21,12 @@ public:
     float zmax = -std::numeric_limits<float>::max();
 
     ZtBox3f() = default;
+    /// A box from its bounds, least and greatest in turn for x, y and z.
     ZtBox3f(float x0, float x1, float y0, float y1, float z0, float z1)
         : xmin(x0), xmax(x1), ymin(y0), ymax(y1), zmin(z0), zmax(z1) {}
     explicit ZtBox3f(const float b[6]) : ZtBox3f(b[0], b[1], b[2], b[3], b[4], b[5]) {}
     explicit ZtBox3f(decltype(nullptr)) = delete;
+    /// A box from its least and its greatest corner.
     ZtBox3f(const ZtVec3f& min, const ZtVec3f& max)
         : ZtBox3f(min.x, max.x, min.y, max.y, min.z, max.z) {}
 

@@ -10,6 +10,7 @@
 /// bytes. A pattern with a count below 1 at any level holds no byte.
 class ZTLIB_API ZtBytePattern {
 public:
+    /// How many loops a pattern may nest.
     static constexpr int kMaxLevels = 8;
 
     /// Describes `n` dimensions, the innermost first, with their sizes and the distances of their
@@ -25,6 +26,7 @@ public:
 /// Walks through the bytes of a pattern in its order, which must outlive it unchanged.
 class ZTLIB_API BytePatternIterator {
 public:
+    /// Starts at the first byte. The pattern is looked at, not copied.
     explicit BytePatternIterator(const ZtBytePattern& pattern) : pattern_(&pattern) { reset(); }
 
     /// Goes to the first byte.

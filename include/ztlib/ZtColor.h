@@ -14,6 +14,7 @@ public:
     constexpr float operator[](int i) const { return rgb_[i]; }
     constexpr const float* getValue() const { return rgb_; }
 
+    /// Sets the three components.
     constexpr void setValue(float red, float green, float blue) { *this = {red, green, blue}; }
 
     /// Reads a colour: three numbers from 0 to 1; three integers from 0 to 255 of which one is

@@ -12,6 +12,7 @@
 /// How a plane cuts a box: how many edges (0 or 3 to 6) and which, in the order of the polygon. An
 /// edge from corner B to the higher corner A, which differ in one bit, is 8 A + B.
 struct ZtCutBoxCase {
+    /// How many vertices the polygon has, and the box edge that each lies on.
     unsigned char count;
     unsigned char edges[6];
 };
@@ -33,6 +34,7 @@ ZTLIB_API const ZtCutBoxCase& ztCutBoxCase(int corners);
 template <class T>
 class ZtCutBox {
 public:
+    /// A point in the precision of the plane.
     using Vec = ZtVec3<T>;
 
     /// The unit box and the normal (1, 0, 0).

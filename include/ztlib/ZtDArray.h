@@ -18,6 +18,7 @@ namespace zt_detail {
 
 /// A buffer and the number of elements it holds.
 struct ArrayBuffer {
+    /// The block and the number of elements that it has room for.
     void* data;
     int max;
 };
@@ -85,6 +86,7 @@ public:
     /// Forgets the buffer without freeing it: it is the caller's, who asked for it by `dataPtr`.
     void release();
 
+    /// The number of elements, and of their bytes.
     int size() const { return size_; }
     std::size_t dataSizeInBytes() const { return bytes(size_); }
     /// Returns the capacity.
@@ -191,9 +193,11 @@ public:
     /// Sorts by the runtime's `qsort`; equal elements end in any order.
     void sort(Compare compare);
 
+    /// Exchanges the bytes of two elements; expects valid indices.
     void swap(int i, int j);
     /// Exchanges the buffers of two arrays; no element is touched.
     void swapWith(ZtDArray& other) noexcept;
+    /// Turns the order round.
     void reverse();
     /// Rotates by |k| <= size places, towards higher indices if k is positive. Takes a buffer of
     /// |k| elements.
@@ -201,6 +205,7 @@ public:
     /// Assigns `value` to all elements. When that throws, those before have their new values.
     void fill(const T& value);
 
+    /// Whether the sizes and all elements are equal.
     bool operator==(const ZtDArray& other) const;
     bool operator!=(const ZtDArray& other) const { return !(*this == other); }
 

@@ -33,13 +33,16 @@ void multiply(const T* a, const T* b, T* c, int m, int depth, int n) {
         }
 }
 
+/// Prints that the shapes of the factors do not fit.
 ZTLIB_API void reportProductOfUnfit(int rowsA, int columnsA, int rowsB, int columnsB);
 
+/// The solvers behind `ZtDMatrix::solve` and its kin, on rows of numbers.
 ZTLIB_API int solve(const float* a, int rows, int columns, float** rhs, int nrhs,
                     ZtProgressInterface* progress);
 ZTLIB_API int solve(const double* a, int rows, int columns, double** rhs, int nrhs,
                     ZtProgressInterface* progress);
 
+/// The decomposition behind `ZtDMatrix::svd`, on rows of numbers.
 ZTLIB_API int decompose(const float* a, int m, int n, float* u, float* w, float* v,
                         int maxIterations);
 ZTLIB_API int decompose(const double* a, int m, int n, double* u, double* w, double* v,
@@ -69,6 +72,7 @@ public:
     ZtDMatrix(ZtDMatrix&& other) noexcept { swap(other); }
     ~ZtDMatrix() { ztfree(data_); }
 
+    /// The numbers of rows and of columns.
     int nRows() const { return rows_; }
     int nCols() const { return columns_; }
 
@@ -98,6 +102,7 @@ public:
         columns_ = cols;
     }
 
+    /// Takes the shape and the values of the other.
     ZtDMatrix& operator=(const ZtDMatrix& other) {
         if (this == &other)
             return *this;

@@ -14,6 +14,7 @@ public:
     /// Null, of the unknown type, without components, read-only.
     ZtDataPointer() : ZtDataPointer(static_cast<const void*>(nullptr), ZtDataType(), 0) {}
 
+    /// Items of `nComponents` elements of that type; read-only from a pointer to const.
     ZtDataPointer(void* pointer, ZtDataType type, int nComponents = 1)
         : pointer_(pointer), type_(type), nComponents_(nComponents), flags_(0) {}
     ZtDataPointer(const void* pointer, ZtDataType type, int nComponents = 1)
@@ -22,7 +23,7 @@ public:
           nComponents_(nComponents),
           flags_(kConst) {}
 
-    // A typed pointer brings its element type and its access along.
+    /// A typed pointer brings its element type and its access along.
     ZtDataPointer(char* p, int n = 1) : ZtDataPointer(p, ZtDataType::ofPointer(p), n) {}
     ZtDataPointer(const char* p, int n = 1) : ZtDataPointer(p, ZtDataType::ofPointer(p), n) {}
     ZtDataPointer(unsigned char* p, int n = 1) : ZtDataPointer(p, ZtDataType::ofPointer(p), n) {}
@@ -43,6 +44,7 @@ public:
     ZtDataPointer(double* p, int n = 1) : ZtDataPointer(p, ZtDataType::ofPointer(p), n) {}
     ZtDataPointer(const double* p, int n = 1) : ZtDataPointer(p, ZtDataType::ofPointer(p), n) {}
 
+    /// The address, the type of an element, and the elements of an item.
     void* pointer() const { return pointer_; }
     operator void*() const { return pointer_; }
     ZtDataType dataType() const { return type_; }
@@ -51,6 +53,7 @@ public:
     /// Bytes of one item: components times the size of the type, cut to the range of int.
     int dataElemSize() const;
 
+    /// Whether the data are read-only; the others say that they shall count as that, or not.
     bool isConst() const { return (flags_ & kConst) != 0; }
     void forceConst() { flags_ |= kConst; }
     void forceNonConst() { flags_ &= ~kConst; }

@@ -21,6 +21,7 @@ public:
     /// The numeric type of that code; the unknown type for `COMPLEX`, `STRING` and other codes.
     ZtDataType(ZtPrimType type);
 
+    /// Becomes the type of that name, as by the constructor.
     ZtDataType& operator=(const char* name);
 
     /// The built-in type that a pointer's elements have; plain characters are int8. The pointer is
@@ -60,6 +61,7 @@ public:
     int memsize() const;
     int size() const { return memsize(); }
 
+    /// As those of the primitive type.
     bool isInteger() const;
     bool isFloat() const;
     /// Whether a `ZtPrimType` corresponds: true of the eight numeric types.

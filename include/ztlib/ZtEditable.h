@@ -11,6 +11,7 @@ class ZtEditable;
 /// before the object takes itself off its list first.
 class ZTLIB_API ZtEditingListener {
 public:
+    /// Editing has begun, and has ended.
     virtual void editingStarted(ZtEditable* object) = 0;
     /// The object's flags are still those of the edit.
     virtual void editingFinished(ZtEditable* object) = 0;

@@ -10,6 +10,7 @@
 /// Copying never throws: a copy that finds no memory for the message has an empty one.
 class ZTLIB_API ZtException {
 public:
+    /// An exception with that text.
     ZtException(const ZtString& text);
 
     /// Formats the message by the rules of `printf`; a null format gives an empty one.

@@ -9,6 +9,7 @@
 class ZTLIB_API ZtFilename : public ZtString {
 public:
     ZtFilename() = default;
+    /// Takes the path as it is written.
     ZtFilename(const char* path) : ZtString(path) {}
     ZtFilename(const ZtString& path) : ZtString(path) {}
 

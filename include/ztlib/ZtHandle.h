@@ -8,6 +8,7 @@
 template <class T>
 class ZtHandle {
 public:
+    /// Counts the object once more; null for none.
     ZtHandle(T* object = nullptr) : object_(object) {
         if (object_)
             object_->ref();
@@ -18,6 +19,7 @@ public:
     /// Gives the reference back, which deletes the object if it was the last.
     virtual ~ZtHandle() { give(nullptr); }
 
+    /// Counts the new object before the old one's reference is given back.
     ZtHandle& operator=(T* object) {
         // The new one first: it may be the old one, or be kept alive by it alone.
         if (object)
@@ -33,6 +35,7 @@ public:
         return *this;
     }
 
+    /// The object, null when there is none; `->` and `*` expect one.
     T* getPtr() const { return object_; }
     operator T*() const { return object_; }
     T* operator->() const {

@@ -29,6 +29,7 @@ public:
     ~ZtInterface() override;
 
     const ZtTypeInfo* getTypeId() const override;
+    /// The class's type, made on the first call; `initClass` makes it, too.
     static ZtTypeInfo* getClassTypeId();
     static void initClass();
 

@@ -19,6 +19,7 @@ class ZtInterface;
 /// their owner; others are expected to outlive it. One thread at a time.
 class ZTLIB_API ZtInterfaceOwner : public ZtTypedObject {
 public:
+    /// What becomes of a registered interface when the owner goes.
     enum MemoryPolicy {
         STATIC_MEMORY = 0,  ///< the object stays the caller's, as for any number but 1
         MANAGE_MEMORY = 1   ///< the owner deletes the object
@@ -46,6 +47,7 @@ public:
     ~ZtInterfaceOwner() override;
 
     const ZtTypeInfo* getTypeId() const override;
+    /// The class's type, made on the first call; `initClass` makes it, too.
     static ZtTypeInfo* getClassTypeId();
     static void initClass();
 

@@ -21,10 +21,12 @@ public:
     /// From p0 towards p1; NaN if they are equal.
     ZtLine(const ZtVec3f& p0, const ZtVec3f& p1) { setValue(p0, p1); }
 
+    /// Makes it the line through two points, as the constructor does.
     void setValue(const ZtVec3f& p0, const ZtVec3f& p1);
     /// The direction is normalised; (0, 0, 0) stays.
     void setPosDir(const ZtVec3f& pos, const ZtVec3f& dir);
 
+    /// A point of the line, and its direction.
     const ZtVec3f& getPosition() const { return position_; }
     const ZtVec3f& getDirection() const { return direction_; }
 

@@ -78,8 +78,8 @@ public:
     /// Formats the text as by `printf`, writes the line and flushes the log.
     void tracef(int level, const char* module, const char* format, ...) ZT_FORMAT_CHECK(4, 5);
 
-    // Write a line of information, a warning or an error, and flush the log; the first three are
-    // formatted and are of the default module.
+    /// Write a line of information, a warning or an error, and flush the log; the first three are
+    /// formatted and are of the default module.
     void printf(const char* format, ...) ZT_FORMAT_CHECK(2, 3);
     void warnf(const char* format, ...) ZT_FORMAT_CHECK(2, 3);
     void errorf(const char* format, ...) ZT_FORMAT_CHECK(2, 3);

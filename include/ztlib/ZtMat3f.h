@@ -24,11 +24,13 @@ public:
     }
     explicit ZtMat3f(const float m[3][3]) { setValue(m); }
 
+    /// Sets all elements, row by row.
     ZtMat3f& setValue(float a00, float a01, float a02, float a10, float a11, float a12, float a20,
                       float a21, float a22);
     ZtMat3f& setValue(const float m[3][3]);
     ZtMat3f& setValue(const ZtMat3f& m) { return *this = m; }
     ZtMat3f& operator=(const float m[3][3]) { return setValue(m); }
+    /// Copies the elements out, row by row.
     void getValue(float m[3][3]) const;
 
     /// Row `i`. Expects 0 <= i < 3.
@@ -41,6 +43,7 @@ public:
         return m_[i];
     }
 
+    /// Makes it the identity; `identity` returns one.
     ZtMat3f& makeIdentity() { return *this = identity(); }
     static ZtMat3f identity() { return ZtMat3f(1, 0, 0, 0, 1, 0, 0, 0, 1); }
     /// Fills the matrix with the quiet NaN 0x7FC00000.
@@ -70,6 +73,7 @@ public:
     ZtMat3f& operator*=(const ZtMat3f& n) { return multRight(n); }
     friend ZTLIB_API ZtMat3f operator*(const ZtMat3f& a, const ZtMat3f& b);
 
+    /// The matrix with rows and columns exchanged.
     ZtMat3f transpose() const;
 
     /// The adjugate times 1 / det, computed in double precision. The determinant is the caller's

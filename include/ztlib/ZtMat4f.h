@@ -24,6 +24,7 @@ public:
     }
     explicit ZtMat4f(const float m[4][4]) { setValue(m); }
 
+    /// Sets all elements, row by row.
     ZtMat4f& setValue(float a00, float a01, float a02, float a03, float a10, float a11, float a12,
                       float a13, float a20, float a21, float a22, float a23, float a30, float a31,
                       float a32, float a33) {
@@ -66,6 +67,7 @@ public:
         return m_[i];
     }
 
+    /// Makes it the identity; `identity` returns one.
     ZtMat4f& makeIdentity() { return *this = identity(); }
     static ZtMat4f identity() { return ZtMat4f(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1); }
     /// Whether every element is exactly that of the identity.
@@ -75,6 +77,7 @@ public:
     /// Whether no element is NaN.
     bool isNumber() const;
 
+    /// Makes it the map that scales, translates or rotates and does nothing else.
     ZtMat4f& setScale(float s) { return setScale(ZtVec3f(s, s, s)); }
     ZtMat4f& setScale(const ZtVec3f& s) {
         return setValue(s.x, 0, 0, 0, 0, s.y, 0, 0, 0, 0, s.z, 0, 0, 0, 0, 1);
@@ -130,6 +133,7 @@ public:
         dst = columnProduct(src.x, src.y, src.z, src.w);
     }
 
+    /// The matrix with rows and columns exchanged.
     ZtMat4f transpose() const;
 
     /// The determinant of the three rows and columns, in double precision. Expects indices 0..3.

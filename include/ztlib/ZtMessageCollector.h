@@ -10,11 +10,13 @@ public:
     /// A message and how often it came up.
     class ZTLIB_API TCountedMsg {
     public:
+        /// A message that has not been counted yet.
         explicit TCountedMsg(const ZtString& text) : message(text) {}
         TCountedMsg(const TCountedMsg&) = default;
         TCountedMsg& operator=(const TCountedMsg&) = default;
         virtual ~TCountedMsg();
 
+        /// The text, and how often it came.
         ZtString message;
         int count = 0;
     };

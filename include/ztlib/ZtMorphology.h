@@ -22,7 +22,7 @@
 /// fastest where their length is a multiple of 32. No state: any thread may call.
 namespace ZtMorphology {
 
-// One step with the neighbours that share an edge (4) or also a corner (8) in the plane.
+/// One step with the neighbours that share an edge (4) or also a corner (8) in the plane.
 ZTLIB_API void dilation2D_4(const ZtBitfield& in, ZtBitfield& out, const ZtVec2i& dims);
 ZTLIB_API void erosion2D_4(const ZtBitfield& in, ZtBitfield& out, const ZtVec2i& dims);
 ZTLIB_API void dilation2D_8(const ZtBitfield& in, ZtBitfield& out, const ZtVec2i& dims);

@@ -23,10 +23,12 @@ public:
     /// Empty if they lie on a line.
     ZtPlane(const ZtVec3f& p0, const ZtVec3f& p1, const ZtVec3f& p2) { set(p0, p1, p2); }
 
+    /// Makes it the plane that the constructor of the same arguments makes.
     void set(const ZtVec3f& normal, float d);
     void set(const ZtVec3f& normal, const ZtVec3f& point);
     void set(const ZtVec3f& p0, const ZtVec3f& p1, const ZtVec3f& p2);
 
+    /// The unit normal.
     const ZtVec3f& getNormal() const { return normal_; }
     /// Replaces the normal by one that is taken as it is, of whatever length.
     void setNormal(const ZtVec3f& normal) { normal_ = normal; }

@@ -8,6 +8,7 @@
 /// property. A value as cheap as the int that it holds.
 class ZtPrimType {
 public:
+    /// The types, with the codes that files hold.
     enum Type : int {
         BYTE = 0,     ///< unsigned, 8 bits
         SHORT = 1,    ///< signed, 16 bits
@@ -21,6 +22,7 @@ public:
         SBYTE = 9     ///< signed, 8 bits
     };
 
+    /// The number of types.
     static constexpr int kCount = 10;
 
     /// Names and sizes in bytes, by code. The size of `STRING` is 4 on every system, as files have
@@ -30,9 +32,10 @@ public:
     static constexpr int primTypeSize[kCount] = {1, 2, 4, 4, 8, 8, 4, 2, 4, 1};
 
     constexpr ZtPrimType() = default;
+    /// Takes any code; one that there is not has size 0 and the name "unknown".
     constexpr ZtPrimType(int code) : code_(code) {}
 
-    // The pointer only selects the type; it may be null and is not kept.
+    /// The pointer only selects the type; it may be null and is not kept.
     constexpr ZtPrimType(signed char*) : code_(SBYTE) {}
     constexpr ZtPrimType(unsigned char*) : code_(BYTE) {}
     constexpr ZtPrimType(char*) : code_(SBYTE) {}
@@ -43,16 +46,19 @@ public:
     constexpr ZtPrimType(float*) : code_(FLOAT) {}
     constexpr ZtPrimType(double*) : code_(DOUBLE) {}
 
+    /// Takes any code, as the constructor does.
     constexpr ZtPrimType& operator=(int code) {
         code_ = code;
         return *this;
     }
 
+    /// Compare the codes.
     constexpr bool operator==(int code) const { return code_ == code; }
     constexpr bool operator!=(int code) const { return code_ != code; }
     constexpr bool operator==(ZtPrimType other) const { return code_ == other.code_; }
     constexpr bool operator!=(ZtPrimType other) const { return code_ != other.code_; }
 
+    /// The code.
     constexpr operator int() const { return code_; }
     constexpr Type getType() const { return static_cast<Type>(code_); }
 
@@ -61,6 +67,7 @@ public:
     /// The name, never null; "unknown" for a code that there is not.
     constexpr const char* getName() const { return isValid() ? primTypeName[code_] : "unknown"; }
 
+    /// Whether it is an integer type; whether it has negative values, as the floating types do.
     constexpr bool isInteger() const { return isOneOf(kIntegers); }
     constexpr bool isSigned() const { return isOneOf(kSigned); }
     /// Also true of `COMPLEX`.

@@ -57,7 +57,7 @@ public:
     /// that range. Back at the whole task, the work is ended.
     virtual void undivide();
 
-    // For displays that show that something works, delay themselves or bear a title.
+    /// For displays that show that something works, delay themselves or bear a title.
     virtual void busy();
     virtual void notBusy();
     virtual void setMinimumTime(int milliseconds);
@@ -80,8 +80,8 @@ protected:
     ZtProgressInterface& operator=(const ZtProgressInterface& other);
     virtual ~ZtProgressInterface();
 
-    // The hooks of a display. Work is about to begin, after its start and text were shown; work has
-    // ended; show a value of the whole task, 0 .. 1; show a text, never null.
+    /// The hooks of a display. Work is about to begin, after its start and text were shown; work
+    /// has ended; show a value of the whole task, 0 .. 1; show a text, never null.
     virtual void beforeStartWorking();
     virtual void afterStopWorking();
     virtual void setProgressValueGlobal(float value);

@@ -11,11 +11,13 @@
 /// code, if it has one.
 class ZTLIB_API ZtResultBase : public ZtHandable {
 public:
+    /// A record with copies of the texts; see the constructors of `ZtResult`.
     ZtResultBase(int code, int line, const char* file, const char* text, const char* data,
                  bool isStatic);
     ZtResultBase(const ZtResultBase& other) = default;
     ZtResultBase& operator=(const ZtResultBase& other) = default;
 
+    /// The fields; texts are never null.
     int code() const { return code_; }
     int line() const { return line_; }
     const char* file() const { return file_.getString(); }
@@ -28,7 +30,7 @@ public:
     bool operator==(const ZtResultBase& other) const { return code_ == other.code_; }
     bool operator!=(const ZtResultBase& other) const { return code_ != other.code_; }
 
-    // Records come from `ztmalloc`, so that exhausted memory is reported as everywhere.
+    /// Records come from `ztmalloc`, so that exhausted memory is reported as everywhere.
     static void* operator new(std::size_t size) { return ztmalloc(size); }
     static void operator delete(void* record) noexcept { ztfree(record); }
 
@@ -84,6 +86,7 @@ public:
     }
     ~ZtResult() { release(); }
 
+    /// The fields of the record; texts are never null.
     int code() const { return record_->code(); }
     int line() const { return record_->line(); }
     /// The texts are never null, and live as long as a result that shares them.
@@ -93,6 +96,7 @@ public:
     const char* data() const { return record_->data(); }
     bool hasData() const { return *data() != '\0'; }
 
+    /// Whether the code is 0.
     bool ok() const { return code() == 0; }
     /// Whether the code is not 0; also that of `ZtFALSE` is a failure.
     bool failed() const { return code() != 0; }

@@ -33,6 +33,7 @@ public:
     /// The rotation of the upper left 3 x 3, expected to be one; the result is not normalised.
     explicit ZtRotation(const ZtMat4f& m) { setValue(m); }
 
+    /// Makes it the rotation that the constructor of the same arguments makes.
     ZtRotation& setValue(float x, float y, float z, float w);
     ZtRotation& setValue(const float q[4]) { return setValue(q[0], q[1], q[2], q[3]); }
     ZtRotation& setValue(const ZtVec3f& axis, float angle);
@@ -81,6 +82,7 @@ public:
         return q_[i];
     }
 
+    /// Makes it the rotation by nothing; `identity` returns one.
     ZtRotation& makeIdentity() { return *this = identity(); }
     static ZtRotation identity() { return {}; }
     /// Whether no component is NaN.

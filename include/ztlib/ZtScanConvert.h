@@ -50,8 +50,12 @@ protected:
     /// Hands a span to the span callback of the converter that is rendering in this thread.
     static void concaveCB(int y, int xl, int xr);
 
+    /// The callbacks with their user data, and the window, all four bounds included.
     void* userData;
     void (*spanCB)(void*, int, int, int);
     void (*pixelCB)(void*, int, int);
-    int x0, y0, x1, y1;
+    int x0;
+    int y0;
+    int x1;
+    int y1;
 };

@@ -13,13 +13,17 @@ class ZtLine;
 class ZTLIB_API ZtSphere {
 public:
     ZtSphere() = default;
+    /// A sphere; one of a negative radius is empty.
     ZtSphere(const ZtVec3f& center, float radius) : center_(center), radius_(radius) {}
 
+    /// Sets centre and radius, or the radius alone; a negative one makes the sphere empty.
     void setValue(const ZtVec3f& center, float radius) { *this = ZtSphere(center, radius); }
     void setRadius(float radius) { radius_ = radius; }
+    /// The centre and the radius.
     const ZtVec3f& getCenter() const { return center_; }
     float getRadius() const { return radius_; }
 
+    /// Whether no point lies within: the radius is negative.
     bool isEmpty() const { return radius_ < 0; }
     bool isNotEmpty() const { return !isEmpty(); }
     /// Whether no value is NaN and the radius is not negative.

@@ -14,6 +14,7 @@ public:
     ZtStdStringTokenizer(const ZtStdStringTokenizer&) = delete;
     ZtStdStringTokenizer& operator=(const ZtStdStringTokenizer&) = delete;
 
+    /// Whether another token follows.
     bool hasMoreTokens() const { return start_ != end_; }
     /// Sets `token` to the next one; leaves it as it is when there is none.
     void nextToken(std::string& token);

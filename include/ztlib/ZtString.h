@@ -43,6 +43,7 @@ public:
     ZtString(ZtString&& other) noexcept;
     ~ZtString() override;
 
+    /// Becomes a copy of the text; null makes it empty.
     ZtString& operator=(const char* text);
     ZtString& operator=(const ZtString& other);
 
@@ -130,6 +131,7 @@ public:
     // take that type and no other; literals, null pointers and const char* go to the plain forms.
     // Both come in the same shapes for the text at the right and at the left: where the language
     // may turn `a != b` into `!(b == a)`, none of those then fits better than what is written here.
+    /// bool for the comparison of characters that may be written to, else nothing.
     template <class C>
     using IfChar = std::enable_if_t<std::is_same_v<C, char>, bool>;
 
@@ -180,7 +182,7 @@ public:
         return *this >= static_cast<const char*>(text);
     }
 
-    // With the text at the left. Without these, the array's conversion would compare the pointers.
+    /// With the text at the left. Without these, the array's conversion would compare the pointers.
     friend bool operator==(const char* text, const ZtString& string) { return string == text; }
     friend bool operator!=(const char* text, const ZtString& string) { return string != text; }
     friend bool operator<(const char* text, const ZtString& string) { return string > text; }
@@ -212,6 +214,7 @@ public:
         return string <= text;
     }
 
+    /// Whether the texts are equal, if asked for without regard to the case of ASCII letters.
     bool isEqualTo(const ZtString& other, bool ignoreCase = false) const;
 
     /// The offset of the first occurrence of `text` at or after `start`, -1 when there is none or

@@ -12,12 +12,13 @@
 /// `ZtStdStringTokenizer` for plain splitting. A tokenizer is used by one thread at a time.
 class ZTLIB_API ZtStringTokenizer {
 public:
+    /// Starts at the first token of the text; null counts as the empty text.
     ZtStringTokenizer(const ZtString& text);
-    /// Null counts as the empty text.
     ZtStringTokenizer(const char* text);
     ZtStringTokenizer(const ZtStringTokenizer& other);
     virtual ~ZtStringTokenizer();
 
+    /// Takes the text and the place in it.
     ZtStringTokenizer& operator=(const ZtStringTokenizer& other);
     /// Start anew on another text.
     ZtStringTokenizer& operator=(const ZtString& text);

@@ -33,6 +33,7 @@ public:
     /// object does not remove it unless told so.
     static ZtTmpDir createExclusive(const char* name = "tmp");
 
+    /// Whether the directory is removed with this object.
     void setAutoRemove(bool autoRemove) { autoRemove_ = autoRemove; }
     bool autoRemove() const { return autoRemove_; }
 

@@ -10,6 +10,7 @@ class ZtTypedObject;
 /// the name of their type. The registry is not locked: register types before threads start.
 class ZTLIB_API ZtTypeInfo {
 public:
+    /// Makes a new object of a type.
     typedef ZtTypedObject* (*Factory)();
 
     /// Registers the type. `name` is kept as a pointer and must outlive the object; a null one is
@@ -24,6 +25,7 @@ public:
     ZtTypeInfo(const ZtTypeInfo&) = delete;
     ZtTypeInfo& operator=(const ZtTypeInfo&) = delete;
 
+    /// The type's name, never null.
     const char* getName() const { return name_; }
 
     /// Whether there is a factory: 1 or 0.

@@ -17,6 +17,7 @@ public:
 
     virtual ~ZtTypedObject();
 
+    /// The class's type, made on the first call; `initClass` makes it, too.
     static ZtTypeInfo* getClassTypeId();
     static void initClass();
 

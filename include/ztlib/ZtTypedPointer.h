@@ -8,9 +8,10 @@
 /// `ZtDataPointer`.
 class ZtTypedPointer {
 public:
+    /// An address and the type of the elements there.
     constexpr ZtTypedPointer(void* pointer, ZtPrimType type) : pointer_(pointer), type_(type) {}
 
-    // A typed pointer brings its element type along; plain characters are signed.
+    /// A typed pointer brings its element type along; plain characters are signed.
     constexpr ZtTypedPointer(unsigned char* pointer) : ZtTypedPointer(pointer, ZtPrimType::BYTE) {}
     constexpr ZtTypedPointer(signed char* pointer) : ZtTypedPointer(pointer, ZtPrimType::SBYTE) {}
     constexpr ZtTypedPointer(char* pointer) : ZtTypedPointer(pointer, ZtPrimType::SBYTE) {}
@@ -22,6 +23,7 @@ public:
     constexpr ZtTypedPointer(float* pointer) : ZtTypedPointer(pointer, ZtPrimType::FLOAT) {}
     constexpr ZtTypedPointer(double* pointer) : ZtTypedPointer(pointer, ZtPrimType::DOUBLE) {}
 
+    /// The type of the elements, and their address.
     constexpr ZtPrimType primType() const { return type_; }
     constexpr operator void*() const { return pointer_; }
 

@@ -10,19 +10,23 @@
 template <class T>
 class ZtVec2 : public ZtVecArithmetic<ZtVec2<T>, T> {
 public:
+    /// The components, 0 at first.
     T x = 0;
     T y = 0;
 
     constexpr ZtVec2() = default;
+    /// A vector from its components.
     constexpr ZtVec2(T xValue, T yValue) : x(xValue), y(yValue) {}
     /// From the two numbers at `v`.
     explicit constexpr ZtVec2(const T* v) : ZtVec2(v[0], v[1]) {}
     explicit ZtVec2(decltype(nullptr)) = delete;
 
+    /// Converts each component.
     template <class U>
     explicit constexpr ZtVec2(const ZtVec2<U>& other)
         : ZtVec2(static_cast<T>(other.x), static_cast<T>(other.y)) {}
 
+    /// Sets the components.
     constexpr void setValue(T xValue, T yValue) { *this = ZtVec2(xValue, yValue); }
     /// The components as an array of two.
     constexpr const T* getValue() const { return &x; }

@@ -10,20 +10,24 @@
 template <class T>
 class ZtVec3 : public ZtVecArithmetic<ZtVec3<T>, T> {
 public:
+    /// The components, 0 at first.
     T x = 0;
     T y = 0;
     T z = 0;
 
     constexpr ZtVec3() = default;
+    /// A vector from its components.
     constexpr ZtVec3(T xValue, T yValue, T zValue) : x(xValue), y(yValue), z(zValue) {}
     /// From the three numbers at `v`.
     explicit constexpr ZtVec3(const T* v) : ZtVec3(v[0], v[1], v[2]) {}
     explicit ZtVec3(decltype(nullptr)) = delete;
 
+    /// Converts each component.
     template <class U>
     explicit constexpr ZtVec3(const ZtVec3<U>& other)
         : ZtVec3(static_cast<T>(other.x), static_cast<T>(other.y), static_cast<T>(other.z)) {}
 
+    /// Sets the components.
     constexpr void setValue(T xValue, T yValue, T zValue) {
         *this = ZtVec3(xValue, yValue, zValue);
     }

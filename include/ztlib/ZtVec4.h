@@ -10,23 +10,27 @@
 template <class T>
 class ZtVec4 : public ZtVecArithmetic<ZtVec4<T>, T> {
 public:
+    /// The components, 0 at first.
     T x = 0;
     T y = 0;
     T z = 0;
     T w = 0;
 
     constexpr ZtVec4() = default;
+    /// A vector from its components.
     constexpr ZtVec4(T xValue, T yValue, T zValue, T wValue)
         : x(xValue), y(yValue), z(zValue), w(wValue) {}
     /// From the four numbers at `v`.
     explicit constexpr ZtVec4(const T* v) : ZtVec4(v[0], v[1], v[2], v[3]) {}
     explicit ZtVec4(decltype(nullptr)) = delete;
 
+    /// Converts each component.
     template <class U>
     explicit constexpr ZtVec4(const ZtVec4<U>& other)
         : ZtVec4(static_cast<T>(other.x), static_cast<T>(other.y), static_cast<T>(other.z),
                  static_cast<T>(other.w)) {}
 
+    /// Sets the components.
     constexpr void setValue(T xValue, T yValue, T zValue, T wValue) {
         *this = ZtVec4(xValue, yValue, zValue, wValue);
     }

@@ -8,6 +8,7 @@
 template <class Vec, class T>
 class ZtVecArithmetic {
 public:
+    /// Add, subtract and scale component by component, in the type of the components.
     friend constexpr Vec operator+(const Vec& a, const Vec& b) {
         return Vec::map([](T left, T right) { return left + right; }, a, b);
     }
@@ -26,11 +27,13 @@ public:
         return Vec::map([](T component) { return -component; }, self());
     }
 
+    /// As the operators with two operands.
     constexpr Vec& operator+=(const Vec& other) { return self() = self() + other; }
     constexpr Vec& operator-=(const Vec& other) { return self() = self() - other; }
     constexpr Vec& operator*=(T factor) { return self() = self() * factor; }
     constexpr Vec& operator/=(T divisor) { return self() = self() / divisor; }
 
+    /// Whether all components are equal; a NaN equals nothing.
     friend constexpr bool operator==(const Vec& a, const Vec& b) {
         return Vec::all([](T left, T right) { return left == right; }, a, b);
     }
@@ -42,6 +45,7 @@ public:
                         self(), other);
     }
 
+    /// The sum of the products of the components, in their order and their type.
     constexpr T dot(const Vec& other) const {
         return Vec::sum([](T left, T right) { return left * right; }, self(), other);
     }

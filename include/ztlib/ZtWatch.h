@@ -46,6 +46,7 @@ public:
     /// The same in milliseconds, rounded, within the range of int.
     int getTimeMSec() const;
 
+    /// Whether it was started and not stopped since.
     bool isRunning() const { return isRunning_; }
 
     /// Prints "Elapsed Time 1.234s" and a line end.
