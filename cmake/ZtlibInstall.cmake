@@ -18,9 +18,10 @@ configure_package_config_file(cmake/ztlibConfig.cmake.in ${PROJECT_BINARY_DIR}/z
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ztlibConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(EXPORT ztlibTargets NAMESPACE ztlib:: DESTINATION ${package_dir} COMPONENT development)
+configure_file(cmake/ZtlibAddPackage.cmake ${PROJECT_BINARY_DIR}/ZtlibAddPackage.cmake COPYONLY)
 export(EXPORT ztlibTargets NAMESPACE ztlib:: FILE ${PROJECT_BINARY_DIR}/ztlibTargets.cmake)
 install(FILES ${PROJECT_BINARY_DIR}/ztlibConfig.cmake ${PROJECT_BINARY_DIR}/ztlibConfigVersion.cmake
-    DESTINATION ${package_dir} COMPONENT development)
+    cmake/ZtlibAddPackage.cmake DESTINATION ${package_dir} COMPONENT development)
 
 # What a consumer must define, for those that read the .pc file instead of the CMake package.
 set(pc_cflags "")

@@ -13,6 +13,7 @@
 #include <ztlib/ZtCutBoxPlaneDouble.h>
 #include <ztlib/ZtDArray.h>
 #include <ztlib/ZtDMatrix.h>
+#include <ztlib/ZtDSO.h>
 #include <ztlib/ZtDataPointer.h>
 #include <ztlib/ZtEditable.h>
 #include <ztlib/ZtFilename.h>
@@ -93,6 +94,7 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtTypedObject, 4, 8),
              SIZE_OF(ZtInterfaceOwner, 48, 72),
              SIZE_OF(ZtInterface, 8, 16),
+             SIZE_OF(ZtDSO, 4, 8),
              SIZE_OF(ZtEditable, 20, 32),
              SIZE_OF(ZtEditingListener, 4, 8),
              SIZE_OF(ZtPrimType, 4, 4),
