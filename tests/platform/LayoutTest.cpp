@@ -9,6 +9,7 @@
 #include <ztlib/ZtBox3f.h>
 #include <ztlib/ZtBytePattern.h>
 #include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtCreateUIDs.h>
 #include <ztlib/ZtCutBoxPlane.h>
 #include <ztlib/ZtCutBoxPlaneDouble.h>
 #include <ztlib/ZtDArray.h>
@@ -17,6 +18,7 @@
 #include <ztlib/ZtDataPointer.h>
 #include <ztlib/ZtEditable.h>
 #include <ztlib/ZtFilename.h>
+#include <ztlib/ZtFrameID.h>
 #include <ztlib/ZtHandle.h>
 #include <ztlib/ZtInterface.h>
 #include <ztlib/ZtLine.h>
@@ -27,6 +29,7 @@
 #include <ztlib/ZtMessageCollector.h>
 #include <ztlib/ZtPlane.h>
 #include <ztlib/ZtProgressInterface.h>
+#include <ztlib/ZtRemotificationID.h>
 #include <ztlib/ZtResult.h>
 #include <ztlib/ZtRotation.h>
 #include <ztlib/ZtScanConvert.h>
@@ -97,6 +100,9 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(ZtDSO, 4, 8),
              SIZE_OF(ZtEditable, 20, 32),
              SIZE_OF(ZtEditingListener, 4, 8),
+             SIZE_OF(ZtCreateUIDs, 72, 96),
+             SIZE_OF(ZtFrameID, 8, 8),
+             SIZE_OF(ZtRemotificationID, 4, 4),
              SIZE_OF(ZtPrimType, 4, 4),
              SIZE_OF(ZtDataType, 4, 8),
              SIZE_OF(ZtTypedPointer, 8, 16),
