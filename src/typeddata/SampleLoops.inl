@@ -120,7 +120,12 @@ void findLargest(void* out, const void* combined, std::size_t blocks, std::size_
 
 // --- Most frequent values ---
 
+// A vector of more bytes than the registers have is taken apart element by element.
+#if defined(__AVX2__)
 constexpr std::size_t kVectorBytes = 32;
+#else
+constexpr std::size_t kVectorBytes = 16;
+#endif
 
 template <class T>
 using Vector __attribute__((vector_size(kVectorBytes))) = T;
@@ -164,7 +169,10 @@ template <class T>
 bool isZero(const Vector<T>& values) {
     std::uint64_t words[kVectorBytes / 8];
     __builtin_memcpy(words, &values, sizeof words);
-    return (words[0] | words[1] | words[2] | words[3]) == 0;
+    std::uint64_t bits = 0;
+    for (const std::uint64_t word : words)
+        bits |= word;
+    return bits == 0;
 }
 
 template <class T>
