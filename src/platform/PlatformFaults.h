@@ -17,9 +17,17 @@ enum class Call : int {
     kRemoveDirectory,
     kReadFile,
     kWriteFile,
-    kFreeSpace
+    kFreeSpace,
+    // Those of sockets fail with the numbers of PlatformSocket.h.
+    kOpenSocket,
+    kAllowReuse,
+    kHostName,
+    kListen,
+    kAccept,
+    kReceive,
+    kSend
 };
-inline constexpr int kCallKinds = 10;
+inline constexpr int kCallKinds = 17;
 
 /// While it lives, every call is counted and chosen ones fail. One at a time; the calls of all
 /// threads take part.
@@ -30,8 +38,8 @@ public:
     CallFaults(const CallFaults&) = delete;
     CallFaults& operator=(const CallFaults&) = delete;
 
-    /// Makes `times` calls of a kind fail with an error number of <cerrno>, after `after` more of
-    /// them were made. Of several orders for one kind the last holds.
+    /// Makes `times` calls of a kind fail with an error number, of <cerrno> unless said above,
+    /// after `after` more of them were made. Of several orders for one kind the last holds.
     void fail(Call call, int error, int after = 0, int times = 1);
 
     /// Has `act(context)` called before each further call of a kind: what others may do to the disk
@@ -43,6 +51,6 @@ public:
 };
 
 /// Counts a call; returns the error that it is to fail with, 0 to let it be made.
-int faultOf(Call call) noexcept;
+ZTLIB_API int faultOf(Call call) noexcept;
 
 }  // namespace platform

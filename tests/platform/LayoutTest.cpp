@@ -20,6 +20,7 @@
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtFrameID.h>
 #include <ztlib/ZtHandle.h>
+#include <ztlib/ZtHttpd.h>
 #include <ztlib/ZtInterface.h>
 #include <ztlib/ZtLine.h>
 #include <ztlib/ZtLogFile.h>
@@ -114,6 +115,8 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
              SIZE_OF(NwParamBundle, 36, 64),
              SIZE_OF(NwParamEditCheck, 4, 8),
              SIZE_OF(ZtScanConvert, 28, 40),
+             SIZE_OF(ZtServerSocket, 12, 12),
+             SIZE_OF(ZtHttpd, 80, 112),
              SIZE_OF(ZtVec2f, 8, 8),
              SIZE_OF(ZtVec3f, 12, 12),
              SIZE_OF(ZtVec4f, 16, 16),

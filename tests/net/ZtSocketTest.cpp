@@ -1,0 +1,311 @@
+// Connections, lines and listening ports, over the loopback.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <ztlib/ZtServerSocket.h>
+#include <ztlib/ZtSocket.h>
+#include <ztlib/ZtSocketTools.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Connections.h"
+#include "platform/PlatformFaults.h"
+#include "platform/PlatformSocket.h"
+
+namespace {
+
+using platform::Call;
+using platform::CallFaults;
+using testing::internal::CaptureStderr;
+using testing::internal::GetCapturedStderr;
+
+// Windows may call a port forbidden that another program has to itself.
+bool isTaken(int code) {
+    return code == 10048 || (!kNamesAreBytes && code == 10013);
+}
+
+struct ErrorServer : ZtServerSocket {
+    using ZtServerSocket::error;
+};
+
+TEST(ZtSocket, ConnectsToWhatItFindsAndSaysWhyNot) {
+    ZtServerSocket server;
+    const int port = server.openSocket(0);
+    ASSERT_GT(port, 0);
+    int closedPort;
+    {
+        ZtServerSocket closed;
+        closedPort = closed.openLocalSocket(0);
+    }
+    struct Row {
+        const char* host;
+        int port;
+        int timeout;
+        const char* error;  // null: connects
+    };
+    const int before = countDescriptors();
+    for (const Row& row : {
+             Row{"127.0.0.1", port, 0, nullptr},
+             Row{"127.0.0.1", port, 1000, nullptr},
+             Row{"127.1", port, 0, nullptr},
+             Row{"2130706433", port, 0, nullptr},
+             Row{nullptr, port, 1000, nullptr},
+             Row{"", port, 0, "HOST_NOT_FOUND (11001)"},
+             Row{"256.1.1.1", port, 0, "HOST_NOT_FOUND (11001)"},
+             Row{"127.0.0.1", 0, 0, "ADDRNOTAVAIL (10049)"},
+             Row{"127.0.0.1", port + 65536, 0, "ADDRNOTAVAIL (10049)"},
+             Row{"127.0.0.1", closedPort, 0, "Connection refused (10061)"},
+             Row{"127.0.0.1", closedPort, 150, "WOULDBLOCK (10035)"},
+         }) {
+        SCOPED_TRACE(testing::Message() << (row.host ? row.host : "this host") << ":" << row.port
+                                        << " " << row.timeout);
+        const auto start = std::chrono::steady_clock::now();
+        int fd = ZtSocket::connect(row.host, row.port, row.timeout);
+        if (row.error) {
+            EXPECT_EQ(-1, fd);
+            EXPECT_STREQ(row.error, ZtSocket::lastError());
+            EXPECT_STREQ(row.error, ZtSocket::strerror());
+            EXPECT_GE(secondsSince(start), 0.0009 * row.timeout);
+        } else {
+            ASSERT_GE(fd, 0) << ZtSocket::strerror();
+            int accepted = server.accept();
+            EXPECT_EQ(5U, ZtSocket::send(fd, "%s\n", "line"));
+            char text[6];
+            EXPECT_EQ(5, ZtSocket::receive(accepted, text, 5, 1));  // so both block
+            Connection::closeEnd(fd);
+            Connection::closeEnd(accepted);
+        }
+    }
+    CallFaults faults;
+    faults.fail(Call::kAllowReuse, 10055);
+    EXPECT_EQ(-1, ZtSocket::connect("127.0.0.1", port, 0));
+    EXPECT_EQ(10055, ZtSocket::lastErrorCode());
+    EXPECT_EQ(before, countDescriptors());
+}
+
+TEST(ZtSocket, WaitsAsLongAsTheTimeoutForAHostThatDoesNotAnswer) {
+    ZtServerSocket server;
+    const int port = server.openLocalSocket(0, 1, 0);
+    std::vector<int> waiting;
+    double waited = 0;
+    while (waiting.empty() || waiting.back() >= 0) {  // until nobody else may wait there
+        ASSERT_LT(waiting.size(), 50U);
+        const auto start = std::chrono::steady_clock::now();
+        waiting.push_back(ZtSocket::connect("127.0.0.1", port, 300));
+        waited = secondsSince(start);
+    }
+    EXPECT_EQ(10035, ZtSocket::lastErrorCode());
+    EXPECT_NEAR(0.3, waited, 0.25);
+    for (int fd : waiting)
+        Connection::closeEnd(fd);
+}
+
+// Every way to receive, in any order, against a text.
+TEST(ZtSocket, ReceivesWhatWasSent) {
+    std::mt19937 random(7);
+    auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    for (int round = 0; round < 60; ++round) {
+        SCOPED_TRACE(round);
+        Connection connection;
+        std::string rest;
+        for (int n = below(6000); n > 0; --n)
+            rest += "\n\0abc\xff\r "[below(round % 3 == 0 ? 2000 : 8) % 8];
+        ASSERT_EQ(static_cast<int>(rest.size()),
+                  platform::sendSome(connection.left, rest.data(), static_cast<int>(rest.size())));
+        platform::shutDownSending(connection.left);
+        for (bool isOver = false; !isOver;) {
+            const int kind = below(4);
+            const int size = below(4) == 0 ? below(5) - 1 : 1 + below(3000);
+            const int most = kind < 2 ? size : kind == 2 ? 1 << 30 : std::max(size, 1);
+            if (kind < 2 && size < 1 + kind) {
+                char none = 'x';
+                EXPECT_EQ(0, ZtSocket::receive(connection.right, &none, size, kind));
+                EXPECT_EQ('x', none);
+                continue;
+            }
+            std::size_t length = static_cast<std::size_t>(most);
+            if (kind > 0)
+                length = std::min(length, std::min(rest.find('\n'), rest.size()) + 1);
+            isOver = length > rest.size();
+            const std::string expected = rest.substr(0, length);
+            rest.erase(0, length);
+            std::string got;
+            int result;
+            if (kind < 2) {
+                std::vector<char> buffer(static_cast<std::size_t>(size) + 1, '#');
+                result = ZtSocket::receive(connection.right, buffer.data(), size, kind);
+                EXPECT_EQ(kind == 1 && !isOver ? '\0' : '#', buffer[expected.size()]);
+                got.assign(buffer.data(), expected.size());
+            } else {
+                ZtString line("old");
+                result = kind == 2 ? ZtSocket::readLine(connection.right, line)
+                                   : ZtSocket::readLine(connection.right, line, most);
+                got.assign(line.getString(), static_cast<std::size_t>(line.length()));
+            }
+            EXPECT_EQ(isOver ? 0 : static_cast<int>(expected.size()), result);
+            ASSERT_EQ(expected, got) << "kind " << kind;
+        }
+    }
+}
+
+TEST(ZtSocket, SendsAnyLengthAndSurvivesPeersThatAreGone) {
+    Connection connection;
+    const std::string big(10000, 'x');
+    EXPECT_EQ(10001U, ZtSocket::send(connection.left, "%s\n", big.c_str()));
+    ZtString line;
+    EXPECT_EQ(10001, ZtSocket::readLine(connection.right, line));
+    EXPECT_EQ(0U, ZtSocket::send(connection.left, "%s", ""));
+
+    EXPECT_TRUE(ZtSocket::setReceiveTimeout(connection.right, 50));
+    EXPECT_EQ(-1, ZtSocket::readLine(connection.right, line));
+    EXPECT_EQ(10060, ZtSocket::lastErrorCode());
+    char byte;
+    EXPECT_EQ(-1, ZtSocket::receive(connection.right, &byte, 1, 0));
+    EXPECT_STREQ("TIMEDOUT (10060)", ZtSocket::lastError());
+    EXPECT_EQ(0, ZtSocket::setNoDelay(connection.left, true));
+    {
+        CallFaults faults;
+        faults.fail(Call::kReceive, platform::socket_error::kInterrupted, 0, 3);
+        ZtSocket::send(connection.left, "again\n");
+        EXPECT_EQ(6, ZtSocket::readLine(connection.right, line));
+        EXPECT_GE(faults.calls(Call::kReceive), 4);
+    }
+
+    ZtSocket::nonBlocking(connection.left);
+    EXPECT_EQ(0, ZtSocket::isNonBlocking(connection.left));
+    ZtSocket::resizeSendBuffer(connection.left, 4096);
+    const unsigned failure = ~0U;
+    unsigned sent = 0;
+    for (int i = 0; i < 10000 && sent != failure; ++i)
+        sent = ZtSocket::send(connection.left, "%s", big.c_str());
+    EXPECT_EQ(failure, sent);
+    EXPECT_STREQ("WOULDBLOCK (10035)", ZtSocket::lastError());
+
+    Connection::closeEnd(connection.right);  // with unread bytes, so it is a reset
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(failure, ZtSocket::send(connection.left, "x"));
+        EXPECT_STREQ("Connection reset by peer (10054)", ZtSocket::lastError());
+        if (!kNamesAreBytes)
+            break;  // Windows calls it aborted from then on
+    }
+    Connection other;
+    platform::shutDownSending(other.left);
+    EXPECT_EQ(failure, ZtSocket::send(other.left, "x"));
+    EXPECT_STREQ("SHUTDOWN (10058)", ZtSocket::lastError());
+    int fresh = -1;
+    std::thread([&] { fresh = ZtSocket::lastErrorCode(); }).join();
+    EXPECT_EQ(0, fresh);
+}
+
+// Whether the search starting at two ports that are taken gives the third; others may be faster.
+bool findsThirdPort() {
+    ZtServerSocket first(0);
+    ZtServerSocket second(0);
+    ZtServerSocket third(0);
+    const int port = first.openSocket(20000 + static_cast<int>(std::random_device()() % 10000));
+    if (port < 0 || second.openSocket(port + 1) < 0)
+        return false;
+    EXPECT_EQ(-1, third.openSocket(port, -2, 25));
+    EXPECT_TRUE(isTaken(ZtSocket::lastErrorCode())) << ZtSocket::strerror();
+    EXPECT_GT(third.openSocket(port, -20, 25), port + 1);
+    EXPECT_TRUE(third.isOpen());
+    return third.port == port + 2;
+}
+
+TEST(ZtServerSocket, SearchesForAFreePort) {
+    const int before = countDescriptors();
+    bool isFound = false;
+    for (int i = 0; i < 5 && !isFound; ++i)
+        isFound = findsThirdPort();
+    EXPECT_TRUE(isFound);
+
+    ZtServerSocket server;
+    const int port = server.openSocket(0);
+    EXPECT_GT(port, 0);
+    EXPECT_EQ(port, server.port);
+    EXPECT_GT(server.openSocket(0), 0);  // closes the first
+    EXPECT_EQ(before + (kNamesAreBytes ? 1 : 0), countDescriptors());
+    server.verbose = 0;
+    EXPECT_EQ(-1, server.openSocket(65536, -3));  // past the last port nothing is free
+    EXPECT_EQ(10049, ZtSocket::lastErrorCode());
+    EXPECT_EQ(-1, server.openSocket(-1, 0));
+    EXPECT_FALSE(server.isOpen());
+    EXPECT_EQ(before, countDescriptors());
+    if (!kNamesAreBytes)
+        return;
+    // Two may be bound to a port of which none listens, but only one of them may listen.
+    const int bound = platform::openSocket();
+    ASSERT_TRUE(platform::allowReuse(bound) && platform::bindSocket(bound, 0, 0));
+    const int taken = platform::portOf(bound);
+    ZtServerSocket faster(0);
+    ASSERT_EQ(taken, faster.openSocket(taken));
+    EXPECT_FALSE(platform::listenOn(bound, 1));
+    CallFaults faults;
+    faults.fail(Call::kListen, platform::socket_error::kAddressInUse);
+    EXPECT_GT(server.openSocket(taken + 1, -20), taken + 1);
+    platform::closeSocket(bound);
+}
+
+TEST(ZtServerSocket, ReportsFailures) {
+    ZtServerSocket other;
+    const int port = other.openSocket(0);
+    const int before = countDescriptors();
+    {
+        ErrorServer server;
+        CaptureStderr();
+        EXPECT_EQ(-1, server.openSocket(port, 2));
+        const std::string taken = ZtSocket::strerror();
+        EXPECT_TRUE(isTaken(ZtSocket::lastErrorCode())) << taken;
+        EXPECT_EQ(-1, server.accept());
+        CallFaults faults;
+        faults.fail(Call::kOpenSocket, 10024);
+        EXPECT_EQ(-1, server.openSocket(0));
+        faults.fail(Call::kListen, 10055);
+        EXPECT_EQ(-1, server.openSocket(0));
+        EXPECT_EQ(-1, server.fd);
+        faults.fail(Call::kAccept, 10024);
+        EXPECT_EQ(-1, other.accept());
+        faults.fail(Call::kHostName, 10014);
+        EXPECT_EQ(-1, server.openSocket(0));
+        EXPECT_TRUE(server.fd >= 0 && server.port == -1 && !server.isOpen());
+        faults.fail(Call::kSend, 4711);
+        ZtSocket::send(server.fd, "x");
+        server.error(nullptr);
+        other.nonBlocking();
+        EXPECT_EQ(-1, other.accept());
+        EXPECT_EQ(10035, ZtSocket::lastErrorCode());
+        EXPECT_EQ(0, other.isNonBlocking());
+        EXPECT_EQ("bind: " + taken +
+                      "\nsocket: MFILE (10024)\nlisten: NOBUFS (10055)\n"
+                      "accept: MFILE (10024)\ngethostbyname: FAULT (10014)\n"
+                      "ZtServerSocket: Unknown error (4711)\n",
+                  GetCapturedStderr());
+    }
+    EXPECT_EQ(before, countDescriptors());
+}
+
+TEST(ZtServerSocket, ListensForThisHostOnlyIfTold) {
+    const ZtString name = ZtSocketTools::GetHostName();
+    const ZtString address = ZtSocketTools::GetIPAddressString();
+    const unsigned number = ZtSocketTools::GetIPAddress();
+    EXPECT_FALSE(kNamesAreBytes && name.isEmptyString());
+    EXPECT_EQ(address.isEmptyString(), number == 0);
+    ZtServerSocket server;
+    const int port = server.openLocalSocket(0);
+    EXPECT_EQ(1, ZtSocket::isInitialized());
+    if (address.isEmptyString() || std::strncmp(address.getString(), "127.", 4) == 0)
+        GTEST_SKIP() << "the host has no address but the loopback's";
+    unsigned parsed = 0;
+    EXPECT_TRUE(platform::resolveHost(address.getString(), parsed));
+    EXPECT_EQ(number, parsed);
+    EXPECT_EQ(-1, ZtSocket::connect(address.getString(), port, 0));
+    int fd = ZtSocket::connect("127.0.0.1", port, 0);
+    EXPECT_GE(fd, 0);
+    Connection::closeEnd(fd);
+}
+
+}  // namespace
