@@ -25,6 +25,12 @@ function(ztlib_compile_options target)
         # Version 12 sees overlapping copies in the inlined text + std::string of its own library.
         $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
         $<$<BOOL:${ZTLIB_WERROR}>:-Werror>)
+    # Where builds are to be reproducible, nothing of what they make depends on their folders.
+    if(DEFINED ENV{SOURCE_DATE_EPOCH})
+        get_filename_component(root ${CMAKE_CURRENT_FUNCTION_LIST_DIR} DIRECTORY)
+        target_compile_options(${target} PRIVATE
+            -ffile-prefix-map=${root}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
+    endif()
     if(ZTLIB_SANITIZE)
         # Raw slots of an array, all zeros, may be used as empty texts; they have no virtual table.
         target_compile_options(${target} PRIVATE

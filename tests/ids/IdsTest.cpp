@@ -1,5 +1,6 @@
 // Identifiers: numbers of their own kinds, and the unique ones of image files.
 #include <gtest/gtest.h>
+#include <ztlib/ZtBuildTag.h>
 #include <ztlib/ZtCreateUIDs.h>
 #include <ztlib/ZtFrameID.h>
 #include <ztlib/ZtRemotificationID.h>
@@ -13,6 +14,7 @@
 #include <fstream>
 #include <mutex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -214,6 +216,24 @@ TEST(Uids, LeaveNothingWhenMemoryIsExhausted) {
     failEveryAllocation([] { return Object(); },
                         [](Object& o) { o.uids.createUID(Uids::OTHER_UID, o.uid); },
                         [](Object& o) { EXPECT_EQ(o.uid.length(), 0); });
+}
+
+TEST(BuildTag, HasAValueForEachKey) {
+    std::istringstream tag(reinterpret_cast<const char*>(taglibGetVersion()));
+    std::string keys, before, key, value;
+    std::getline(tag, before, '|');
+    EXPECT_EQ("", before);
+    while (std::getline(tag, key, '|')) {
+        std::getline(tag, value, '|');
+        keys += key + " ";
+    }
+    EXPECT_EQ(
+        "vendor product version_major version_minor version_patch version_tag comment "
+        "compiler target_os build_cfg build_user build_ip build_time filename path size "
+        "sha1 ",
+        keys);
+    EXPECT_EQ(40u, value.size());
+    EXPECT_EQ(std::string::npos, value.find_first_not_of("0123456789abcdef"));
 }
 
 }  // namespace

@@ -14,6 +14,7 @@ file(MAKE_DIRECTORY ${SCRATCH})
 
 if(NOT TREE STREQUAL build)
     run(${CMAKE_COMMAND} --install ${BUILD_DIR} --config ${CONFIG} --prefix ${SCRATCH}/prefix)
+    run(${CMAKE_CURRENT_LIST_DIR}/../../scripts/verify-tag ${SCRATCH}/prefix/${LIBDIR}/libztlib.so)
 endif()
 
 if(TREE STREQUAL pkgconfig)
