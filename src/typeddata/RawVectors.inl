@@ -246,6 +246,20 @@ inline void storeDoubles(unsigned char* out, const Doubles& doubles) {
 
 // --- Kernels ---
 
+/// Asks for what lies `ahead` of a stride. Addresses beyond the array do no harm.
+inline void prefetch(const unsigned char* stride, std::size_t bytes, std::size_t ahead) {
+    const auto first = reinterpret_cast<std::uintptr_t>(stride) + ahead;
+    for (std::size_t i = 0; i < bytes; i += 64)
+        __builtin_prefetch(reinterpret_cast<const void*>(first + i));
+}
+
+// With so much to be read under way memory delivers at its full rate, also across the ends of
+// pages.
+constexpr std::size_t kReadAhead = 2048;
+// So far ahead, the lines that will be written to come to the nearest cache before the stores do,
+// which wait for each other.
+constexpr std::size_t kWriteAhead = 1024;
+
 constexpr std::int32_t kBelowIntInCopies = -2147483646;
 constexpr std::int32_t kBelowIntInMappings = INT32_MIN;
 
@@ -263,11 +277,16 @@ template <class To, class From>
 
 template <class To, class From>
 std::size_t convert(void* to, const void* from, std::size_t count) {
-    auto* const out = static_cast<unsigned char*>(to);
-    const auto* const in = static_cast<const unsigned char*>(from);
+    auto* out = static_cast<unsigned char*>(to);
+    const auto* in = static_cast<const unsigned char*>(from);
     std::size_t i = 0;
-    for (; i + kStride <= count; i += kStride)
-        convertStride<To, From>(out + i * sizeof(To), in + i * sizeof(From));
+    for (; i + kStride <= count; i += kStride) {
+        prefetch(in, kStride * sizeof(From), kReadAhead);
+        prefetch(out, kStride * sizeof(To), kWriteAhead);
+        convertStride<To, From>(out, in);
+        out += kStride * sizeof(To);
+        in += kStride * sizeof(From);
+    }
     return i;
 }
 
@@ -282,6 +301,8 @@ std::size_t map(void* to, const void* from, std::size_t count, double offset, do
     const double wideScale = isRounded ? double{singleScale} : scale;
     std::size_t i = 0;
     for (; i + kStride <= count; i += kStride) {
+        prefetch(in, kStride * sizeof(From), kReadAhead);
+        prefetch(out, kStride * sizeof(To), kWriteAhead);
         constexpr bool inDoubles =
             isSame<To, double> || (isSame<From, double> && !isSame<To, float>);
         if constexpr (inDoubles) {
@@ -308,14 +329,6 @@ std::size_t map(void* to, const void* from, std::size_t count, double offset, do
     return i;
 }
 
-// Asks for what lies two kilobytes ahead: so much is under way then that memory delivers at its
-// full rate, also across the ends of pages. Addresses beyond the array do no harm.
-inline void prefetchStride(const unsigned char* in, std::size_t bytes) {
-    const auto from = reinterpret_cast<std::uintptr_t>(in) + 2048;
-    for (std::size_t i = 0; i < bytes; i += 64)
-        __builtin_prefetch(reinterpret_cast<const void*>(from + i));
-}
-
 /// Four vectors of elements at a time, each with bounds of its own.
 template <class T>
 std::size_t widen(const void* data, std::size_t count, Range& range) {
@@ -332,7 +345,7 @@ std::size_t widen(const void* data, std::size_t count, Range& range) {
     std::size_t i = 0;
     for (; i + 4 * kElements <= count; i += 4 * kElements) {
         const unsigned char* const stride = in + i * sizeof(T);
-        prefetchStride(stride, 4 * kVector);
+        prefetch(stride, 4 * kVector, kReadAhead);
         for (std::size_t k = 0; k < 4; ++k) {
             const Vector<T> value = load<T>(stride + k * kVector);
             least[k] = lesser<T>(value, least[k]);
@@ -362,7 +375,7 @@ std::size_t countEqual(const void* value, const void* data, std::size_t count) {
     std::size_t i = 0;
     for (; i + 4 * kElements <= count; i += 4 * kElements) {
         const unsigned char* const stride = in + i * sizeof(T);
-        prefetchStride(stride, 4 * kVector);
+        prefetch(stride, 4 * kVector, kReadAhead);
         auto equal = load<T>(stride) == first;
         for (std::size_t k = 1; k < 4; ++k)
             equal &= load<T>(stride + k * kVector) == first;
