@@ -42,7 +42,12 @@ public:
     ZtTypeInfo* getParent(int index) const;
 
     /// Whether this is `other` or derives from it. O(number of base types).
-    bool isOfType(const ZtTypeInfo* other) const;
+    bool isOfType(const ZtTypeInfo* other) const {
+        for (const ZtTypeInfo* type = this; type; type = type->parent1_)
+            if (type == other || (type->parent2_ && type->parent2_->isOfType(other)))
+                return true;
+        return false;
+    }
 
     /// Returns the registered type of that name, case included; null if there is none.
     /// O(log types).

@@ -55,7 +55,7 @@ ZtTypedObject* ZtInterfaceOwner::getInterface(const ZtTypeInfo* type) const {
     if (!type)
         return nullptr;
     for (int i = interfaces_.size() - 1; i >= 0; --i)
-        if (interfaces_[i] && interfaces_[i]->isOfType(type))
+        if (interfaces_[i] && interfaces_[i]->getTypeId()->isOfType(type))
             return interfaces_[i];
     return isOfType(type) ? const_cast<ZtInterfaceOwner*>(this) : nullptr;
 }

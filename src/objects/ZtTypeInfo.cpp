@@ -40,18 +40,16 @@ ZtTypeInfo::ZtTypeInfo(const char* name, Factory factory, const ZtTypeInfo* pare
 
 ZtTypeInfo::~ZtTypeInfo() {
     // By identity, among others of the same name; it may have been taken out before.
-    const int index = allTypes().index(this);
-    if (index >= 0)
-        allTypes().remove(index);
+    Types& types = allTypes();
+    for (int i = indexAfter(name_) - 1; i >= 0 && std::strcmp(types[i]->getName(), name_) == 0; --i)
+        if (types[i] == this) {
+            types.remove(i);
+            return;
+        }
 }
 
 ZtTypeInfo* ZtTypeInfo::getParent(int index) const {
     return const_cast<ZtTypeInfo*>(index == 0 ? parent1_ : index == 1 ? parent2_ : nullptr);
-}
-
-bool ZtTypeInfo::isOfType(const ZtTypeInfo* other) const {
-    return other == this || (parent1_ && parent1_->isOfType(other)) ||
-           (parent2_ && parent2_->isOfType(other));
 }
 
 ZtTypeInfo* ZtTypeInfo::fromName(const char* name) {

@@ -49,6 +49,20 @@ TEST(ZtTypeInfo, RegistryAgreesWithItsModel) {
     ZtTypeInfo::removeType("never there");
 }
 
+TEST(ZtTypeInfo, ThousandsComeAndGoInAnyOrder) {
+    constexpr int kTypes = 10000;
+    Random random(6);
+    std::vector<std::string> names;
+    for (int i = 0; i < kTypes; ++i)
+        names.push_back("type" + std::to_string(i));
+    std::vector<std::unique_ptr<ZtTypeInfo>> types(kTypes);
+    for (int step = 0; step < 3 * kTypes; ++step) {
+        const auto i = static_cast<std::size_t>(random.below(kTypes));
+        ASSERT_EQ(types[i].get(), ZtTypeInfo::fromName(names[i].c_str()));
+        types[i] = types[i] ? nullptr : std::make_unique<ZtTypeInfo>(names[i].c_str());
+    }
+}
+
 TEST(ZtTypeInfo, AFailedRegistrationLeavesTheRegistryAsItWas) {
     std::vector<std::unique_ptr<ZtTypeInfo>> types;
     for (int failures = 0; failures < 3;) {
