@@ -106,6 +106,11 @@ struct Ours {
             d->matrixResults[i] = d->matrices[i].inverse();
         });
     }
+    auto affineInverse() const {
+        return overAll([d = data](std::size_t i, std::size_t) {
+            ZtMat4f::affine_inverse(d->matrices[i], d->matrixResults[i]);
+        });
+    }
     auto toMatrix() const {
         return overAll([d = data](std::size_t i, std::size_t) {
             d->rotations[i].getValue(d->matrixResults[i]);
@@ -160,9 +165,23 @@ void addEigen(const Ours& ours) {
             peer->matrixResults[i] = peer->matrices[i].inverse();
         }),
         sameResults(d.matrixResults, p.matrixResults));
-    add("affine inverse", "Eigen (Affine3f)", ours.inverse(),
+    add("affine inverse", "Eigen (Affine3f)", ours.affineInverse(),
         overAll([peer](std::size_t i, std::size_t) {
             peer->transformResults[i] = peer->transforms[i].inverse(Eigen::Affine);
+        }),
+        sameResults(d.matrixResults, p.transformResults));
+    // Ours is computed in double precision and rounded once; so are these.
+    add("matrix inverse", "Eigen, computed in double", ours.inverse(),
+        overAll([peer](std::size_t i, std::size_t) {
+            const Eigen::Matrix4d inverse = peer->matrices[i].cast<double>().inverse();
+            peer->matrixResults[i] = inverse.cast<float>();
+        }),
+        sameResults(d.matrixResults, p.matrixResults));
+    add("affine inverse", "Eigen (Affine3f), computed in double", ours.affineInverse(),
+        overAll([peer](std::size_t i, std::size_t) {
+            const Eigen::Affine3d inverse =
+                peer->transforms[i].cast<double>().inverse(Eigen::Affine);
+            peer->transformResults[i] = inverse.cast<float>();
         }),
         sameResults(d.matrixResults, p.transformResults));
     add("rotation to matrix", "Eigen", ours.toMatrix(), overAll([peer](std::size_t i, std::size_t) {

@@ -66,9 +66,10 @@ public:
     /// The rotation's matrix.
     void getValue(ZtMat4f& m) const {
         const float x = q_[0], y = q_[1], z = q_[2], w = q_[3];
-        m.setValue(1 - 2 * (y * y + z * z), 2 * (x * y + w * z), 2 * (x * z - w * y), 0,  //
-                   2 * (x * y - w * z), 1 - 2 * (x * x + z * z), 2 * (y * z + w * x), 0,  //
-                   2 * (x * z + w * y), 2 * (y * z - w * x), 1 - 2 * (x * x + y * y), 0,  //
+        const float x2 = 2 * x, y2 = 2 * y, z2 = 2 * z;  // doubled first: fewer operations, exact
+        m.setValue(1 - (y2 * y + z2 * z), x2 * y + z2 * w, x2 * z - y2 * w, 0,  //
+                   x2 * y - z2 * w, 1 - (x2 * x + z2 * z), y2 * z + x2 * w, 0,  //
+                   x2 * z + y2 * w, y2 * z - x2 * w, 1 - (x2 * x + y2 * y), 0,  //
                    0, 0, 0, 1);
     }
 

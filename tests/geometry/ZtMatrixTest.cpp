@@ -268,6 +268,10 @@ TEST(Matrices, InversesOfSingularMatricesAreAsStated) {
     EXPECT_TRUE(out.isIdentity());
     EXPECT_EQ(none, none.inverse());
     EXPECT_TRUE(ZtMat4f::identity().inverse().isIdentity());
+    const ZtMat4f mirror = ZtMat4f().setScale(ZtVec3f(1, -2, 4)).inverse();
+    EXPECT_EQ(ZtMat4f().setScale(ZtVec3f(1, -0.5f, 0.25f)), mirror);
+    for (const float component : {mirror[3][0], mirror[3][1], mirror[3][2], mirror[1][3]})
+        EXPECT_FALSE(std::signbit(component));
     // A last column that is not exactly (0, 0, 0, 1), in each of its places.
     for (int i = 0; i < 4; ++i) {
         ZtMat4f m = ZtMat4f().setScale(2);
