@@ -56,6 +56,15 @@ struct Sets {
 
     void align(int mode) { ztAlignPointSets(result, p1.get(), p2.get(), n, mode); }
 
+    // One pass of sums in the order of the pairs, without anything else: each addition waits for
+    // the one before it.
+    void addInOrder() const {
+        float sum = 0;
+        for (int k = 0; k < n; ++k)
+            sum += p1.get()[k].x;
+        benchmark::DoNotOptimize(sum);
+    }
+
     void read() const {
         for (const Points* points : {&p1, &p2})
             benchmark::DoNotOptimize(
@@ -101,12 +110,28 @@ void addPasses(int n, int mode, const std::string& name, int passes) {
                 {}});
 }
 
+// What the order of summation leaves: the centroids, the products, which need them, and the scale,
+// which needs the rotation.
+void addChains(int n, int mode, const std::string& name, int passes) {
+    const auto sets = std::make_shared<Sets>(n);
+    bench::add({std::to_string(n) + " points, " + name + ", against the additions alone",
+                std::to_string(passes) + " x " + std::to_string(n) + " additions in order",
+                0,
+                [sets, mode] { sets->align(mode); },
+                [sets, passes] {
+                    for (int pass = 0; pass < passes; ++pass)
+                        sets->addInOrder();
+                },
+                {}});
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     addEigen(1000, 0, "rigid", 4);
     addEigen(1000, 1, "with scale", 4);
+    addChains(1000, 1, "with scale", 3);
     addEigen(1000000, 0, "rigid", 4);
     addPasses(1000000, 0, "rigid", 2);
     addPasses(1000000, 1, "with scale", 3);

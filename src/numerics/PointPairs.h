@@ -60,6 +60,14 @@ struct PointPairs {
             visit(k, threeAt(first + 3 * place(idx1, k)), threeAt(second + 3 * place(idx2, k)));
     }
 
+    /// Leaves out the first `count` pairs.
+    void skip(int count) {
+        static_assert(!Indexed && Weights == 0);
+        first += 3 * place(idx1, count);
+        second += 3 * place(idx2, count);
+        n -= count;
+    }
+
 private:
     static constexpr int kBlock = 16;
 

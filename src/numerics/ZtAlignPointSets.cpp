@@ -4,12 +4,14 @@
 #include <cstdio>
 
 #include "numerics/PointPairs.h"
+#include "numerics/ScaleSums.h"
 #include "numerics/SingularValues3.h"
 
 using numerics::CentredPairs;
 using numerics::Four;
 using numerics::OuterProducts;
 using numerics::PointPairs;
+using numerics::ScaleSums;
 using numerics::SingularValues3;
 using numerics::spread;
 
@@ -75,14 +77,17 @@ ZtMat4f bestRotation(const float* matrix) {
 }
 
 /// The factor that takes the turned points p nearest to the points q.
-template <class Pairs>
-float bestScale(const Pairs& pairs, const ZtMat4f& rotation) {
+template <bool Indexed, int Weights>
+float bestScale(CentredPairs<Indexed, Weights> centred, const ZtMat4f& rotation) {
     Four rows[3];
     for (int i = 0; i < 3; ++i)
         rows[i] = Four{rotation[i][0], rotation[i][1], rotation[i][2], 0};
+    ScaleSums begun;
+    if constexpr (!Indexed && Weights == 0)
+        centred.pairs.skip(numerics::addBlocks(centred, rows, begun));
     // In the first two: the sums of r q and of r r, each pair's products added up beforehand.
-    Four sums = {};
-    pairs.forEach([&](const Four& p, const Four& q) {
+    Four sums = {begun.rq, begun.rr, 0, 0};
+    centred.forEach([&](const Four& p, const Four& q) {
         const Four r = spread(p[0]) * rows[0] + spread(p[1]) * rows[1] + spread(p[2]) * rows[2];
         const Four rq = r * q;
         const Four rr = r * r;
