@@ -40,7 +40,7 @@ EXPORTED int ostrelpackage_throwing_init() {
 EXPORTED int ostrelpackage_raising_init() {
     throw ZtException("not %s", "now");
 }
-EXPORTED int ostrelpackage_nesting_init() {
+EXPORTED int ostrelpackage_libnesting_init() {
     ++*number;
     return ZtDSO().open("good");
 }
