@@ -1,5 +1,6 @@
-# Install rules: library, headers, CMake package and pkg-config file; also the package files of the
-# build tree, so that find_package(ztlib) works against either.
+# Install rules: library, headers, CMake package and pkg-config file, the pages; also the package files
+# of the build tree, so that find_package(ztlib) works against either. Three components: `runtime` is
+# what programs need, `development` what building them needs, `tool` the command-line tool.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ztlib)
@@ -9,7 +10,13 @@ install(TARGETS ztlib EXPORT ztlibTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(DIRECTORY include/ztlib DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
 if(TARGET ztlabel)
+    # The library of the same tree, wherever that is installed.
+    file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(ztlabel PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
     install(TARGETS ztlabel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
 endif()
 
@@ -23,7 +30,8 @@ export(EXPORT ztlibTargets NAMESPACE ztlib:: FILE ${PROJECT_BINARY_DIR}/ztlibTar
 install(FILES ${PROJECT_BINARY_DIR}/ztlibConfig.cmake ${PROJECT_BINARY_DIR}/ztlibConfigVersion.cmake
     cmake/ZtlibAddPackage.cmake DESTINATION ${package_dir} COMPONENT development)
 
-# What a consumer must define, for those that read the .pc file instead of the CMake package.
+# What a consumer must define and link, for those that read the .pc file instead of the CMake package.
+# Its folder tells where the rest lies, so that an installed tree can be moved.
 set(pc_cflags "")
 if(NOT BUILD_SHARED_LIBS)
     string(APPEND pc_cflags " -DZTLIB_STATIC")
@@ -31,10 +39,22 @@ endif()
 if(ZTLIB_CHECKED OR CMAKE_BUILD_TYPE STREQUAL "Debug")
     string(APPEND pc_cflags " -DZTLIB_CHECKED")
 endif()
-set(pc_private_libs "")
-if(WIN32)
-    set(pc_private_libs " -lnetapi32 -liphlpapi -lws2_32")
+set(pc_libraries "-lstdc++")
+get_target_property(libraries ztlib LINK_LIBRARIES)
+list(FILTER libraries EXCLUDE REGEX "^::@")  # which folder's call named them
+foreach(library IN LISTS libraries)
+    string(APPEND pc_libraries " -l${library}")
+endforeach()
+if(BUILD_SHARED_LIBS)
+    set(pc_libs "")
+    set(pc_libs_private ${pc_libraries})
+else()
+    set(pc_libs " ${pc_libraries}")
+    set(pc_libs_private "")
 endif()
+file(RELATIVE_PATH pc_to_prefix
+    ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" pc_to_prefix ${pc_to_prefix})
 configure_file(cmake/ztlib.pc.in ${PROJECT_BINARY_DIR}/ztlib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ztlib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
     COMPONENT development)

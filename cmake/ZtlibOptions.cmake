@@ -1,5 +1,10 @@
 # The project's options and the compile flags that every target of ours shares.
-option(BUILD_SHARED_LIBS "Build ztlib as a shared library" ON)
+if(PROJECT_IS_TOP_LEVEL)
+    option(BUILD_SHARED_LIBS "Build ztlib as a shared library" ON)
+elseif(NOT DEFINED BUILD_SHARED_LIBS)
+    # For this folder only: what the surrounding project does not say is not decided for its targets.
+    set(BUILD_SHARED_LIBS ON)
+endif()
 option(ZTLIB_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(ZTLIB_BUILD_TOOL "Build the command-line tool ztlabel" ${PROJECT_IS_TOP_LEVEL})
 option(ZTLIB_BUILD_BENCHMARKS "Build the benchmarks" OFF)
