@@ -13,6 +13,7 @@ install(DIRECTORY include/ztlib DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONEN
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
     FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 if(TARGET ztlabel)
     # The library of the same tree, wherever that is installed.
     file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
