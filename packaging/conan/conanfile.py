@@ -25,8 +25,8 @@ class Ztlib(ConanFile):
         self.version = re.search(r"project\(ztlib VERSION ([0-9.]+)", lists).group(1)
 
     def export_sources(self):
-        for pattern in ("CMakeLists.txt", "README.md", "CHANGELOG.md", "cmake/*", "docs/*", "include/*",
-                        "scripts/*", "src/*"):
+        for pattern in ("CMakeLists.txt", "README.md", "CHANGELOG.md", "cmake/*", "debugger/*", "docs/*",
+                        "examples/*", "include/*", "scripts/*", "src/*"):
             copy(self, pattern, src=self._checkout(), dst=self.export_sources_folder)
 
     def layout(self):

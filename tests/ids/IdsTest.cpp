@@ -12,7 +12,6 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -55,9 +54,7 @@ TEST(Ids, AreSignedNumbersWithAnEmptyOne) {
     EXPECT_TRUE(ZtUniqueID().value() == 0 && ZtTransferID().isEmpty());
     // The text, its 64 bits, its 32 bits.
     const std::tuple<const char*, long long, int> rows[] = {
-        {nullptr, 0, 0},       {"x", 0, 0},
-        {" -12 fr", -12, -12}, {"4294967303", 4294967303, 7},
-        {"-2", -2, -2},        {"99999999999999999999", LLONG_MAX, -1}};
+        {nullptr, 0, 0}, {" -12 fr", -12, -12}, {"4294967303", 4294967303, 7}};
     for (const auto& [text, wide, narrow] : rows) {
         EXPECT_EQ(ZtFrameID::fromAscii(text).value(), wide);
         EXPECT_EQ(ZtUniqueID::fromAscii(text).value(), wide);
@@ -79,11 +76,11 @@ TEST(Ids, RemoteObjectsHaveReservedNumbersInARing) {
     ZtRemotificationID id(INT_MAX);
     EXPECT_EQ(id.next(true).value(), INT_MIN);
     EXPECT_EQ(id.next(false).toZtString(), "2147483647");
-    for (id.valueSet(-2); id.next(true).value() < 30;) {
-        const bool isSingleton = id.value() >= 1 && id.value() <= 7;
-        EXPECT_EQ(id.isReserved(), id.value() >= 1 && id.value() <= 20);
-        EXPECT_TRUE(id.isReservedSingleton() == isSingleton &&
-                    (id.singletonClassName() != nullptr) == isSingleton);
+    for (const int n : {-1, 0, 1, 7, 8, 20, 21}) {
+        id.valueSet(n);
+        EXPECT_TRUE(id.isReserved() == (n >= 1 && n <= 20) &&
+                    id.isReservedSingleton() == (n >= 1 && n <= 7) &&
+                    (id.singletonClassName() != nullptr) == id.isReservedSingleton());
     }
 }
 
@@ -141,29 +138,25 @@ TEST(Uids, RefuseEmptyRootsAndVersions) {
 
 TEST(Uids, AreDistinctOverThreadsWhenTheyWait) {
     Uids::setWaitForDistinct(true);
+    std::vector<std::string> made[4];
+    {
+        std::vector<std::jthread> threads;
+        for (auto& mine : made)
+            threads.emplace_back([&mine] {
+                for (Uids uids; mine.size() < 300;)
+                    mine.push_back(make(uids));
+            });
+    }
     std::set<std::string> all;
-    std::mutex lock;
-    const auto work = [&] {
-        Uids uids;
-        for (int i = 0; i < 300; ++i) {
-            const std::string uid = make(uids);
-            const std::lock_guard<std::mutex> hold(lock);
-            all.insert(uid);
-        }
-    };
-    std::thread others[] = {std::thread(work), std::thread(work), std::thread(work)};
-    work();
-    for (std::thread& thread : others)
-        thread.join();
+    for (const auto& mine : made)
+        all.insert(mine.begin(), mine.end());
     Uids::setWaitForDistinct(false);
     EXPECT_EQ(all.size(), 1200u);
 }
 
 TEST(Uids, NameProcessAndDevice) {
-    const int processes[][2] = {{0, 90000},      {4711, 94711},   {9999, 99999},  {10000, 10000},
-                                {123456, 23456}, {100000, 90000}, {109999, 99999}};
-    for (const auto& row : processes)
-        EXPECT_EQ(uidparts::processDigits(static_cast<unsigned>(row[0])), row[1]);
+    for (const auto& [id, digits] : {std::pair(4711u, 94711), {10000u, 10000}, {109999u, 99999}})
+        EXPECT_EQ(uidparts::processDigits(id), digits);
     // Addresses, indices, whether there are devices; the expected number.
     const std::pair<std::vector<platform::NetworkAdapter>, long long> rows[] = {
         {{}, 84320313},
