@@ -3,13 +3,7 @@
 # -DLIBRARY=... -DSCRATCH=... -DGENERATOR=... -DCOMPILER=<what tells CMake the compiler>
 set(verify ${CMAKE_CURRENT_LIST_DIR}/../../scripts/verify-tag)
 
-function(run)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-    if(NOT result EQUAL 0)
-        message(FATAL_ERROR "${ARGN}\n${output}")
-    endif()
-    set(output "${output}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/../run-command.cmake)
 
 function(expect_refusal file reason)
     execute_process(COMMAND ${verify} ${file} RESULT_VARIABLE result OUTPUT_QUIET ERROR_VARIABLE error)

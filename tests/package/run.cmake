@@ -2,13 +2,7 @@
 # library: in the build tree, in an install tree, there by pkg-config, or among its own sources as a
 # folder or as fetched content. Those two leave the building out unless BUILD_SOURCES is on, since it
 # takes as long as that of the whole library.
-function(run)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-    if(NOT result EQUAL 0)
-        message(FATAL_ERROR "${ARGN}\n${output}")
-    endif()
-    set(output "${output}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/../run-command.cmake)
 
 set(consumer ${CMAKE_CURRENT_LIST_DIR}/consumer)
 get_filename_component(sources ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
