@@ -33,8 +33,8 @@ class ZTLIB_API ZtHttpd : public ZtServerSocket {
 public:
     std::FILE* log;          ///< receives the daemon's lines, each at once; may be null
     volatile int terminate;  ///< when not 0, `mainLoop` ends after the current connection
-    void* callbackData;
-    void (*callback)(const char* path, void* data);
+    void* callbackData;      ///< as given to `setNwCallback`, like the next
+    void (*callback)(const char* path, void* data);  ///< null for none
 
     /// Who may connect.
     enum Hosts { ALL_HOSTS, LOCAL_HOST_ONLY };
@@ -45,6 +45,7 @@ public:
     /// -1 for none. Does not close the log.
     explicit ZtHttpd(int port, std::FILE* log = nullptr);
     ZtHttpd(int port, std::FILE* log, Hosts hosts);
+
     ZtHttpd(const ZtHttpd&) = default;
     ZtHttpd& operator=(const ZtHttpd&) = default;
     /// Closes the listening socket.
@@ -72,6 +73,7 @@ public:
     /// about inside. Null or "" takes them from the root of the file system again. On Windows a
     /// path with a drive names nothing then.
     void setDocumentRoot(const char* directory);
+    /// Says whose "QUIT" counts; others' are ignored.
     void setQuit(Quit quit);
     /// Closes a connection without an answer when its request line has not come after so many
     /// milliseconds; 0 waits for ever.

@@ -12,12 +12,13 @@
 /// Failures are printed on standard error while `verbose` is not 0. One thread at a time.
 class ZTLIB_API ZtServerSocket {
 public:
-    int verbose;
-    int port;  ///< where it listens, -1 while it does not
-    int fd;    ///< -1 while there is none
+    int verbose;  ///< not 0: failures are printed
+    int port;     ///< where it listens, -1 while it does not
+    int fd;       ///< the descriptor, -1 while there is none
 
     /// A closed socket.
     explicit ZtServerSocket(int verbose = 1);
+
     ZtServerSocket(const ZtServerSocket&) = default;
     ZtServerSocket& operator=(const ZtServerSocket&) = default;
     /// Closes the socket; threads that wait in `accept` return.

@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 #include <ztlib/ZtHttpd.h>
 
-#include <atomic>
 #include <ctime>
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -299,84 +297,75 @@ TEST_F(HttpdTest, OutlivesClientsThatBehaveBadly) {
     }
     const std::string request = "GET " + path + " HTTP/1.0\r\nHost: x\r\n\r\n";
     start();
-    const auto expectServed = [&] { EXPECT_EQ("<PLAINTEXT>\r\nhello", ask(request)); };
-    struct Client {
-        const char* name;
-        std::function<void()> act;
-    };
-    const std::vector<Client> clients{
-        {"a byte every 10 ms",
-         [&] {
-             const int fd = connect();
-             for (const char c : "GET / HTTP/1.0\n") {
-                 sendText(fd, std::string(1, c));
-                 std::this_thread::sleep_for(std::chrono::milliseconds(10));
-             }
-             ZtSocket::close(fd);
-         }},
-        {"reset in the middle of the answer",
-         [&] {
-             const int fd = connect();
-             sendText(fd, "GET " + big + " HTTP/1.0\r\n");
-             char bytes[1000];
-             ZtSocket::receive(fd, bytes, sizeof bytes, 0);
-             ZtSocket::close(fd);
-         }},
-        {"gone before the request", [&] { ZtSocket::close(connect()); }},
-        {"10 MB without a line feed", [&] { ask(std::string(10 << 20, 'x')); }},
-        {"500 in a row",
-         [&] {
-             for (int i = 0; i < (kNamesAreBytes ? 500 : 50); ++i)  // Wine takes 10 ms for each
-                 expectServed();
-         }},
-        {"50 at once",
-         [&] {
-             std::vector<std::thread> threads;
-             for (int i = 0; i < 50; ++i)
-                 threads.emplace_back(expectServed);
-             for (std::thread& thread : threads)
-                 thread.join();
-         }},
-        {"reads slowly",
-         [&] {
-             const int fd = connect();
-             sendText(fd, "GET " + big + " HTTP/1.0\r\n");
-             std::this_thread::sleep_for(std::chrono::milliseconds(300));
-             std::vector<char> part(1 << 20);
-             for (int i = 0; i < 32; ++i)
-                 EXPECT_EQ(1 << 20, ZtSocket::receive(fd, part.data(), 1 << 20, 0));
-             ZtSocket::close(fd);
-         }},
-        {"never reads",
-         [&] {
-             const int fd = connect();
-             const std::clock_t processor = std::clock();
-             const auto begin = std::chrono::steady_clock::now();
-             CaptureStderr();
-             sendText(fd, "GET " + big + " HTTP/1.0\r\n");
-             expectServed();  // eleven times half a second later
-             const double seconds = secondsSince(begin);
-             EXPECT_THAT(GetCapturedStderr(), HasSubstr("send: "));
-             EXPECT_NEAR(5.5, seconds, 1);
-             const double used = static_cast<double>(std::clock() - processor) / CLOCKS_PER_SEC;
-             // Elsewhere the clock of the processor is that of the wall.
-             EXPECT_LT(used, kNamesAreBytes ? 0.02 * seconds : 2 * seconds);
-             ZtSocket::close(fd);
-         }},
-    };
     const int descriptors = countDescriptors();
+    const auto expectServed = [&] { EXPECT_EQ("<PLAINTEXT>\r\nhello", ask(request)); };
     expectServed();
-    for (const Client& client : clients) {
-        SCOPED_TRACE(client.name);
-        const long long before = residentKilobytes();
-        client.act();
+    long long memory = residentKilobytes();
+    const auto expectNothingLeft = [&](const char* client) {
+        SCOPED_TRACE(client);
         expectServed();
-        EXPECT_LT(kKeepsFreedMemory ? 0 : residentKilobytes() - before, 4096);
+        EXPECT_LT(kKeepsFreedMemory ? 0 : residentKilobytes() - memory, 4096);
+        memory = residentKilobytes();
         // The daemon closes its side after the client.
         for (int i = 0; i < 2000 && countDescriptors() != descriptors; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         EXPECT_EQ(descriptors, countDescriptors());
+    };
+    std::vector<char> part(1 << 20);
+
+    int fd = connect();
+    for (const char c : "GET / HTTP/1.0\n") {
+        sendText(fd, std::string(1, c));
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+    ZtSocket::close(fd);
+    expectNothingLeft("sends a byte every 10 ms");
+
+    fd = connect();
+    sendText(fd, "GET " + big + " HTTP/1.0\r\n");
+    ZtSocket::receive(fd, part.data(), 1000, 0);
+    ZtSocket::close(fd);
+    expectNothingLeft("resets in the middle of the answer");
+
+    ZtSocket::close(connect());
+    expectNothingLeft("is gone before the request");
+
+    ask(std::string(10 << 20, 'x'));
+    expectNothingLeft("sends 10 MB without a line feed");
+
+    for (int i = 0; i < (kNamesAreBytes ? 500 : 50); ++i)  // Wine takes 10 ms for each
+        expectServed();
+    expectNothingLeft("comes 500 times in a row");
+
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 50; ++i)
+        threads.emplace_back(expectServed);
+    for (std::thread& thread : threads)
+        thread.join();
+    expectNothingLeft("comes 50 times at once");
+
+    fd = connect();
+    sendText(fd, "GET " + big + " HTTP/1.0\r\n");
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    for (int i = 0; i < 32; ++i)
+        EXPECT_EQ(1 << 20, ZtSocket::receive(fd, part.data(), 1 << 20, 0));
+    ZtSocket::close(fd);
+    expectNothingLeft("reads late");
+
+    fd = connect();
+    const std::clock_t processor = std::clock();
+    const auto begin = std::chrono::steady_clock::now();
+    CaptureStderr();
+    sendText(fd, "GET " + big + " HTTP/1.0\r\n");
+    expectServed();  // eleven times half a second later
+    const double seconds = secondsSince(begin);
+    EXPECT_THAT(GetCapturedStderr(), HasSubstr("send: "));
+    EXPECT_NEAR(5.5, seconds, 1);
+    const double used = static_cast<double>(std::clock() - processor) / CLOCKS_PER_SEC;
+    // Elsewhere the clock of the processor is that of the wall.
+    EXPECT_LT(used, kNamesAreBytes ? 0.02 * seconds : 2 * seconds);
+    ZtSocket::close(fd);
+    expectNothingLeft("never reads");
 }
 
 }  // namespace
