@@ -63,8 +63,9 @@ public:
     /// again every millisecond.
     void mainLoop();
 
-    /// Serves one connection and closes it, also when the callback throws: reads the request line,
-    /// of which the first 1024 bytes count, and answers. Any connected stream socket will do.
+    /// Serves one connection and closes it, also when the callback throws or memory is exhausted:
+    /// reads the request line, of which the first 1024 bytes count, and answers. Waits up to a
+    /// second for a client that does not close its side then. Any connected stream socket will do.
     void handleRequest(int connection);
 
     // Restrictions. None holds by default.

@@ -21,7 +21,7 @@ public:
 
     ZtServerSocket(const ZtServerSocket&) = default;
     ZtServerSocket& operator=(const ZtServerSocket&) = default;
-    /// Closes the socket; threads that wait in `accept` return.
+    /// Closes the socket.
     ~ZtServerSocket();
 
     /// Listens on a port; closes first what was open. With `tries` below 0 it tries up to -`tries`

@@ -4,6 +4,7 @@
 #include <ztlib/ZtMemory.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "net/RequestLine.h"
@@ -75,9 +76,9 @@ int FileReply::read() {
 // where the system does not know it. Leaves the first piece in the buffer.
 bool FileReply::examine(long long mostBytes) {
     const bool hasSize = size_ > 0;
-    long long most = hasSize ? size_ : kMostOfUnknownSize;
-    if (mostBytes >= 0)
-        most = std::min(most, mostBytes);
+    long long most = mostBytes >= 0 ? mostBytes : LLONG_MAX;
+    if (!hasSize)
+        most = std::min(most, kMostOfUnknownSize);
     if (size_ > most)
         return false;
     bool mayBeText = !isOfKnownKind(path_.getString());

@@ -1,4 +1,5 @@
 // The file server.
+#include <ztlib/ZtContract.h>
 #include <ztlib/ZtDirectory.h>
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtHttpd.h>
@@ -221,6 +222,7 @@ int ZtHttpd::sendFile(int connection, char* path) {
 }
 
 int ZtHttpd::fileNotFound(int connection, char* path, int length) {
+    ZT_REQUIRE(length >= 0);
     path[length] = '\0';
     if (log) {
         std::fprintf(log, "ZtHttpd: could not open %s\n", path);

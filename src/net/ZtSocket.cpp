@@ -2,6 +2,7 @@
 #include <ztlib/ZtContract.h>
 #include <ztlib/ZtSocket.h>
 
+#include <atomic>
 #include <chrono>
 #include <climits>
 #include <cstdarg>
@@ -20,7 +21,7 @@ namespace error = platform::socket_error;
 constexpr int kLongestName = 256;
 constexpr int kHighestPort = 65535;
 
-bool isInitialised = false;
+std::atomic<bool> isInitialised{false};
 
 // This host's own name is that of an address even where nobody else knows it.
 bool findAddress(const char* host, unsigned& address) {

@@ -17,7 +17,7 @@ namespace numerics {
 template <class T>
 constexpr T kTinySquare = static_cast<T>(1e-30);
 template <>
-constexpr double kTinySquare<double> = 1e-280;
+inline constexpr double kTinySquare<double> = 1e-280;
 
 template <class T>
 T length(T x, T y) {

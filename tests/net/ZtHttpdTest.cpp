@@ -191,7 +191,13 @@ TEST_F(HttpdTest, LogsAndStops) {
     start();
     platform::CallFaults faults;
     faults.fail(platform::Call::kSend, platform::socket_error::kNoBuffers, 1);  // not the client's
-    EXPECT_EQ("<PLAINTEXT>\r\nhello", get(path));
+    std::string growing = path;
+    const auto grow = [](void* name) {  // once, after its size was asked for
+        std::ofstream(*static_cast<std::string*>(name), std::ios::app) << "+";
+        static_cast<std::string*>(name)->clear();
+    };
+    faults.before(platform::Call::kReadFile, grow, &growing);
+    EXPECT_EQ("<PLAINTEXT>\r\nhello+", get(path));
     EXPECT_EQ(notFound("nowhere"), get("nowhere"));
     EXPECT_TRUE(daemon.isOpen());
     stop();
@@ -205,7 +211,7 @@ TEST_F(HttpdTest, LogsAndStops) {
                   " HTTP/1.0\r\n\n"
                   "ZtHttpd: sending file " +
                   path +
-                  " (5 bytes)\n"
+                  " (6 bytes)\n"
                   "ZtHttpd: got: GET nowhere HTTP/1.0\r\n\n"
                   "ZtHttpd: could not open nowhere\n"
                   "ZtHttpd: got: quit\n\n",
