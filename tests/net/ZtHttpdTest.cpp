@@ -281,7 +281,7 @@ TEST_F(HttpdTest, KeepsToItsRestrictions) {
     }
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ("", ask("GET /a HTTP/1.0"));  // and no line feed
-    EXPECT_NEAR(0.2, secondsSince(begin), 0.19);
+    EXPECT_GT(secondsSince(begin), 0.19);
 }
 
 long long residentKilobytes() {
@@ -366,7 +366,7 @@ TEST_F(HttpdTest, OutlivesClientsThatBehaveBadly) {
     expectServed();  // eleven times half a second later
     const double seconds = secondsSince(begin);
     EXPECT_THAT(GetCapturedStderr(), HasSubstr("send: "));
-    EXPECT_NEAR(5.5, seconds, 1);
+    EXPECT_GT(seconds, 5.4);
     const double used = static_cast<double>(std::clock() - processor) / CLOCKS_PER_SEC;
     // Elsewhere the clock of the processor is that of the wall.
     EXPECT_LT(used, kNamesAreBytes ? 0.02 * seconds : 2 * seconds);

@@ -100,7 +100,7 @@ TEST(ZtSocket, WaitsAsLongAsTheTimeoutForAHostThatDoesNotAnswer) {
         waited = secondsSince(start);
     }
     EXPECT_EQ(10035, ZtSocket::lastErrorCode());
-    EXPECT_NEAR(0.3, waited, 0.25);
+    EXPECT_GT(waited, 0.29);
     for (int fd : waiting)
         Connection::closeEnd(fd);
 }
