@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
+#include <vector>
 
 class ScratchFolder {
 public:
@@ -27,22 +30,45 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
 
-    /// The path of an entry, with slashes.
-    std::string of(const std::string& name) const { return (path_ / name).generic_string(); }
+    /// The path of an entry with slashes, in UTF-8 as its name.
+    std::string of(const std::string& name) const { return utf8(at(name)); }
 
     /// Makes a file and returns its path.
     std::string addFile(const std::string& name, const std::string& content = "") const {
-        std::ofstream(path_ / name, std::ios::binary) << content;
+        std::ofstream(at(name), std::ios::binary) << content;
         return of(name);
     }
 
     /// Makes a directory, with those above it, and returns its path.
     std::string addFolder(const std::string& name) const {
-        std::filesystem::create_directories(path_ / name);
+        std::filesystem::create_directories(at(name));
         return of(name);
     }
 
+    /// Returns the content of a file, by its name or its path.
+    std::string read(const std::string& name) const {
+        std::ifstream in(at(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
+    /// Returns the names of the folder's entries, sorted.
+    std::vector<std::string> names() const {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(path_))
+            found.push_back(utf8(entry.path().filename()));
+        std::sort(found.begin(), found.end());
+        return found;
+    }
+
 private:
+    std::filesystem::path at(const std::string& name) const {
+        return path_ / std::u8string(name.begin(), name.end());
+    }
+    static std::string utf8(const std::filesystem::path& path) {
+        const std::u8string text = path.generic_u8string();
+        return {text.begin(), text.end()};
+    }
+
     std::filesystem::path path_;
 };
 

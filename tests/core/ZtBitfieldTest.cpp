@@ -4,32 +4,20 @@
 #include <ztlib/ZtString.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "ContractCapture.h"
 #include "FailEveryAllocation.h"
+#include "Random.h"
+#include "ScratchFolder.h"
 
 namespace {
 
 using Model = std::vector<bool>;
 using Bytes = std::vector<unsigned char>;
-
-class Random {
-public:
-    explicit Random(unsigned seed) : engine_(seed) {}
-    unsigned operator()() { return static_cast<unsigned>(engine_()); }
-
-private:
-    std::mt19937 engine_;
-};
 
 // Sizes around the words, the vectors (256 bits) and the strides (1024 and 4096 bits) of the loops.
 const unsigned kSizes[] = {0,   1,   31,  32,   33,   63,   64,   65,   100,  255,  256,
@@ -55,24 +43,22 @@ ZtBitfield fieldOf(const std::string& digits, int beyond = ZtBitfield::INIT_CLEA
     return bits;
 }
 
-// A random field, its model and the value of the bits that its words hold above the field.
+// A field and its model, changed alike.
 struct Pair {
+    // At random, `density` of 256 bits set, and one value for all bits of the words above the
+    // field.
+    Pair(Random& random, unsigned n, unsigned density) : model(n), beyond(random.below(2) != 0) {
+        bits = ZtBitfield(n, beyond ? ZtBitfield::INIT_SET : ZtBitfield::INIT_CLEAR);
+        for (unsigned i = 0; i < n; ++i) {
+            model[i] = random.bits() % 256 < density;
+            bits.set(i, model[i]);
+        }
+    }
+
     ZtBitfield bits;
     Model model;
     bool beyond;
 };
-
-// `density` of 256 bits are set.
-Pair randomPair(Random& random, unsigned n, unsigned density) {
-    const bool beyond = random() % 2;
-    Pair pair{ZtBitfield(n, beyond ? ZtBitfield::INIT_SET : ZtBitfield::INIT_CLEAR), Model(n),
-              beyond};
-    for (unsigned i = 0; i < n; ++i) {
-        pair.model[i] = random() % 256 < density;
-        pair.bits.set(i, pair.model[i]);
-    }
-    return pair;
-}
 
 void expectQueriesAgree(const ZtBitfield& bits, const Model& model) {
     const auto n = static_cast<unsigned>(model.size());
@@ -92,54 +78,31 @@ void expectQueriesAgree(const ZtBitfield& bits, const Model& model) {
 TEST(Bitfield, RandomOperationsAgreeWithTheModel) {
     Random random(20240501);
     for (int round = 0; round < 300; ++round) {
-        SCOPED_TRACE("round " + std::to_string(round));
-        auto [bits, model, _] = randomPair(random, kSizes[random() % std::size(kSizes)], 128);
+        SCOPED_TRACE(round);
+        auto [bits, model, _] = Pair(random, random.of(kSizes), 128);
         for (int step = 0; step < 12 && !HasFailure(); ++step) {
-            const auto n = bits.nBits();
-            const unsigned operation = random() % 9;
-            SCOPED_TRACE("operation " + std::to_string(operation));
-            if (operation == 0) {
-                const unsigned size = kSizes[random() % std::size(kSizes)] + random() % 3;
-                const bool value = random() % 2;
-                bits.resize(size, value ? ZtBitfield::INIT_SET : ZtBitfield::INIT_CLEAR);
-                model.resize(size, value);
-                EXPECT_EQ(4 * (size / 32 + 1), bits.memSize());
-            } else if (operation == 1) {
-                bits.setAll();
-                model.assign(n, true);
-            } else if (operation == 2) {
-                random() % 2 ? bits.unsetAll() : bits.clearAll();
-                model.assign(n, false);
-            } else if (operation == 3) {
-                bits.toggleAll();
-                model.flip();
-            } else if (n > 0) {
-                const unsigned i = random() % n;
-                const unsigned last = i + random() % (n - i);
-                const auto from = model.begin() + static_cast<std::ptrdiff_t>(i);
-                const auto to = model.begin() + static_cast<std::ptrdiff_t>(last) + 1;
-                switch (operation) {
-                    case 4:
-                        bits.set(i);
-                        *from = true;
-                        break;
-                    case 5:
-                        bits.unset(i);
-                        *from = false;
-                        break;
-                    case 6:
-                        bits.toggle(i);
-                        *from = !*from;
-                        break;
-                    case 7:
-                        bits.setRange(i, last);
-                        std::fill(from, to, true);
-                        break;
-                    default:
-                        bits.unsetRange(i, last);
-                        std::fill(from, to, false);
-                }
-            }
+            const unsigned n = bits.nBits();
+            const unsigned size = random.of(kSizes) + random.bits() % 3;
+            const unsigned i = n > 0 ? random.bits() % n : 0;
+            const unsigned last = n > 0 ? i + random.bits() % (n - i) : 0;
+            const bool value = random.below(2) != 0;
+            const auto from = model.begin() + static_cast<std::ptrdiff_t>(i);
+            const auto to = model.begin() + static_cast<std::ptrdiff_t>(std::min(last + 1, n));
+            const std::function<void()> operations[] = {
+                [&] {
+                    bits.resize(size, value ? ZtBitfield::INIT_SET : ZtBitfield::INIT_CLEAR);
+                    model.resize(size, value);
+                    EXPECT_EQ(4 * (size / 32 + 1), bits.memSize());
+                },
+                [&] { bits.setAll(), model.assign(n, true); },
+                [&] { value ? bits.unsetAll() : bits.clearAll(), model.assign(n, false); },
+                [&] { bits.toggleAll(), model.flip(); },
+                [&] { bits.setRange(i, last), std::fill(from, to, true); },
+                [&] { bits.unsetRange(i, last), std::fill(from, to, false); },
+                [&] { n > 0 ? (bits.set(i), *from = true) : false; },
+                [&] { n > 0 ? (bits.unset(i), *from = false) : false; },
+                [&] { n > 0 ? (bits.toggle(i), *from = !*from) : false; }};
+            random.of(operations)();
             expectQueriesAgree(bits, model);
         }
     }
@@ -164,24 +127,19 @@ TEST(Bitfield, LoneBitsAreFoundAnywhere) {
 TEST(Bitfield, SetAlgebraAgreesWithTheModel) {
     Random random(7);
     for (int round = 0; round < 1500; ++round) {
-        const unsigned n = kSizes[random() % std::size(kSizes)];
-        const unsigned m = random() % 2 ? n : kSizes[random() % std::size(kSizes)];
-        SCOPED_TRACE("round " + std::to_string(round) + ": " + std::to_string(n) + ", " +
-                     std::to_string(m));
-        Pair a = randomPair(random, n, random() % 2 ? 250 : 3);
-        Pair b = randomPair(random, m, random() % 2 ? 128 : 2);
-        if (random() % 2)  // often a subset
-            for (unsigned i = 0; i < std::min(n, m); ++i)
-                if (b.model[i]) {
-                    a.model[i] = true;
-                    a.bits.set(i);
-                }
-        const auto in = [](const Model& model, unsigned i) { return i < model.size() && model[i]; };
-        bool superset = true;
-        bool common = false;
+        const unsigned n = random.of(kSizes);
+        const unsigned m = random.below(2) ? n : random.of(kSizes);
+        SCOPED_TRACE(std::to_string(round) + ": " + std::to_string(n) + ", " + std::to_string(m));
+        Pair a(random, n, random.below(2) ? 250 : 3);
+        const Pair b(random, m, random.below(2) ? 128 : 2);
+        const auto inB = [&](unsigned i) { return i < m && b.model[i]; };
+        const bool isOftenSubset = random.below(2) != 0;
+        bool superset = true, common = false;
         for (unsigned i = 0; i < n; ++i) {
-            superset = superset && (a.model[i] || !in(b.model, i));
-            common = common || (a.model[i] && in(b.model, i));
+            if (isOftenSubset && inB(i))
+                a.model[i] = true, a.bits.set(i);
+            superset = superset && (a.model[i] || !inB(i));
+            common = common || (a.model[i] && inB(i));
         }
         EXPECT_EQ(superset, a.bits.isSuperset(b.bits));
         EXPECT_EQ(superset, b.bits.isSubset(a.bits));
@@ -192,13 +150,12 @@ TEST(Bitfield, SetAlgebraAgreesWithTheModel) {
 
         // Combining is word by word over the words that both hold: the other's bits beyond its end
         // take part, further words of this field stay.
-        const unsigned operation = random() % 3;
+        const int operation = random.below(3);
         for (unsigned i = 0; i < std::min(n, b.bits.memSize() * 8); ++i) {
             const bool left = a.model[i];
             const bool right = i < m ? b.model[i] : b.beyond;
-            a.model[i] = operation == 0   ? left != right
-                         : operation == 1 ? left || right
-                                          : left && right;
+            const bool results[] = {left != right, left || right, left && right};
+            a.model[i] = results[operation];
         }
         operation == 0 ? a.bits ^= b.bits : operation == 1 ? a.bits |= b.bits : a.bits &= b.bits;
         expectQueriesAgree(a.bits, a.model);
@@ -252,14 +209,13 @@ TEST(Bitfield, RangesBeyondTheFieldOrTurnedRoundTouchNothingElse) {
 TEST(Bitfield, CopiesAndMoves) {
     Random random(3);
     for (unsigned n : kSizes)
-        for (unsigned m : {0u, 31u, 33u, 5000u}) {
-            const Pair a = randomPair(random, n, 128);
-            ZtBitfield b = randomPair(random, m, 128).bits;
+        for (unsigned m : {0u, 33u, 5000u}) {
+            const Pair a(random, n, 128);
+            ZtBitfield b = Pair(random, m, 128).bits;
             b = a.bits;
             expectQueriesAgree(b, a.model);
             EXPECT_EQ(a.bits.memSize(), b.memSize());
-            ZtBitfield& alias = b;
-            b = alias;
+            b = *&b;
             ZtBitfield c(std::move(b));
             expectQueriesAgree(c, a.model);
             b = std::move(c);
@@ -270,24 +226,21 @@ TEST(Bitfield, CopiesAndMoves) {
 TEST(Bitfield, FromLabelsComparesEveryLabelButSkipsFourZeros) {
     Random random(11);
     for (unsigned n = 0; n < 150; ++n)
-        for (int labelled : {0, 1, 128, 255}) {
-            const auto value = static_cast<unsigned char>(labelled);
+        for (int value : {0, 1, 128, 255}) {
             Bytes labels(n);
-            for (auto& label : labels)
-                label = random() % 3 ? 0 : static_cast<unsigned char>(random());
-            for (unsigned i = 0; i < n; i += 5)
-                labels[i] = value;
+            for (unsigned i = 0; i < n; ++i)
+                labels[i] = static_cast<unsigned char>(i % 5 == 0        ? value
+                                                       : random.below(3) ? 0
+                                                                         : random.below(256));
             Model expected(n);
             for (unsigned i = 0; i < n; ++i) {
-                const unsigned group = i / 4 * 4;
-                const bool skipped = group + 4 <= n && labels[group] == 0 &&
-                                     labels[group + 1] == 0 && labels[group + 2] == 0 &&
-                                     labels[group + 3] == 0;
+                const auto group = labels.begin() + i / 4 * 4;
+                const bool skipped = i / 4 * 4 + 4 <= n && std::count(group, group + 4, '\0') == 4;
                 expected[i] = !skipped && labels[i] == value;
             }
             ZtBitfield bits(200, ZtBitfield::INIT_SET);
-            bits.fromLabels(n, labels.data(), value);
-            ASSERT_EQ(text(expected), text(bits)) << n << ", value " << labelled;
+            bits.fromLabels(n, labels.data(), static_cast<unsigned char>(value));
+            ASSERT_EQ(text(expected), text(bits)) << n << ", value " << value;
             EXPECT_EQ(n / 32 * 4 + 4, bits.memSize());
         }
     ZtBitfield bits;
@@ -314,7 +267,7 @@ TEST(Bitfield, ToLabelsWritesAsThePolicySays) {
     bits.toLabels(0, nullptr, 7, ZtBitfield::INSERT_EXACTLY);
     Random random(5);
     for (unsigned n : kSizes) {
-        const Pair pair = randomPair(random, n, 200);
+        const Pair pair(random, n, 200);
         Bytes many(n, 0);
         pair.bits.toLabels(n, many.data(), 9, ZtBitfield::INSERT_ALWAYS);
         ZtBitfield back;
@@ -325,71 +278,54 @@ TEST(Bitfield, ToLabelsWritesAsThePolicySays) {
 
 class BitfieldFile : public testing::Test {
 protected:
-    BitfieldFile() {
-        const std::string unique = std::to_string(std::random_device{}()) + ".bin";
-        path_ = std::filesystem::temp_directory_path() /
-                std::filesystem::path(u8"bits-\u00e9-").concat(unique);
+    void write(const Bytes& bytes) const {
+        folder_.addFile(kName, std::string(bytes.begin(), bytes.end()));
     }
-    ~BitfieldFile() override { std::filesystem::remove(path_); }
-
-    // The path as the library takes it, in UTF-8.
-    std::string name() const {
-        const auto utf8 = path_.u8string();
-        return std::string(utf8.begin(), utf8.end());
+    Bytes read() const {
+        const std::string content = folder_.read(kName);
+        return Bytes(content.begin(), content.end());
     }
 
-    void write(const Bytes& bytes) {
-        std::ofstream file(path_, std::ios::binary);
-        file.write(reinterpret_cast<const char*>(bytes.data()),
-                   static_cast<std::streamsize>(bytes.size()));
-    }
-    Bytes read() {
-        std::ifstream file(path_, std::ios::binary);
-        return Bytes(std::istreambuf_iterator<char>(file), {});
-    }
-
-    std::filesystem::path path_;
+    static constexpr char kName[] = "bits-\u00e9";
+    const ScratchFolder folder_;
+    const std::string path_ = folder_.of("") + kName;
+    const char* const name_ = path_.c_str();
 };
 
-TEST_F(BitfieldFile, SavesTheBytesOfTheWordsUnmasked) {
-    EXPECT_TRUE(ZtBitfield(10, ZtBitfield::INIT_SET).save(name().c_str()));
+TEST_F(BitfieldFile, HoldsTheBytesOfTheWordsUnmasked) {
+    EXPECT_TRUE(ZtBitfield(10, ZtBitfield::INIT_SET).save(name_));
     EXPECT_EQ((Bytes{0xff, 0xff}), read());
-    EXPECT_TRUE(fieldOf("1000000011000000000000000000000001").save(name().c_str()));
+    EXPECT_TRUE(fieldOf("1000000011000000000000000000000001").save(name_));
     EXPECT_EQ((Bytes{0x01, 0x03, 0, 0, 0x02}), read());
-    EXPECT_TRUE(ZtBitfield().save(name().c_str()));
-    EXPECT_EQ(Bytes{}, read());
     EXPECT_FALSE(ZtBitfield(9).save("/nowhere/at/all"));
     EXPECT_FALSE(ZtBitfield(9).save("/dev/full")) << "no room, or no such file either";
     EXPECT_FALSE(ZtBitfield(9).save(nullptr));
-}
-
-TEST_F(BitfieldFile, LoadsWhatWasSaved) {
     Random random(13);
     for (unsigned n : {0u, 1u, 8u, 9u, 32u, 33u, 4096u * 8, 4096u * 8 + 1, 100000u}) {
         SCOPED_TRACE(n);
-        const Pair pair = randomPair(random, n, 128);
-        ASSERT_TRUE(pair.bits.save(name().c_str()));
+        const Pair pair(random, n, 128);
+        ASSERT_TRUE(pair.bits.save(name_));
         EXPECT_EQ((n + 7) / 8, read().size());
         ZtBitfield bits;
-        EXPECT_TRUE(bits.load(name().c_str(), n));
+        EXPECT_TRUE(bits.load(name_, n));
         expectQueriesAgree(bits, pair.model);
     }
 }
 
 TEST_F(BitfieldFile, AFailedLoadKeepsTheBitsThatItDidNotReach) {
     ZtBitfield bits = fieldOf("1111");
-    EXPECT_FALSE(bits.load(name().c_str(), 6)) << "there is no such file";
+    EXPECT_FALSE(bits.load(name_, 6)) << "there is no such file";
     EXPECT_EQ("111100", text(bits));
     write({0x02});
-    EXPECT_FALSE(bits.load(name().c_str(), 10));
+    EXPECT_FALSE(bits.load(name_, 10));
     EXPECT_EQ("0100000000", text(bits));
     write({0x02, 0x01, 0xff, 0x80, 0x01});
     bits = ZtBitfield(50, ZtBitfield::INIT_SET);
-    EXPECT_FALSE(bits.load(name().c_str(), 60));
+    EXPECT_FALSE(bits.load(name_, 60));
     EXPECT_EQ(
         "0100000010000000111111110000000110000000" + std::string(10, '1') + std::string(10, '0'),
         text(bits));
-    EXPECT_TRUE(bits.load(name().c_str(), 12));
+    EXPECT_TRUE(bits.load(name_, 12));
     EXPECT_EQ("010000001000", text(bits));
     EXPECT_FALSE(bits.load(nullptr, 3));
 }
@@ -416,9 +352,7 @@ TEST(Bitfield, DigestTakesAByteForEachFullWordAndTheLastWord) {
         EXPECT_STREQ(row.digest, string.getString()) << row.bits.nBits();
         unsigned char digest[16];
         row.bits.md5(digest);
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", digest[15]);
-        EXPECT_STREQ(row.digest + 30, digits);
+        EXPECT_EQ(std::stoi(row.digest + 30, nullptr, 16), digest[15]);
     }
 }
 

@@ -1,22 +1,32 @@
-// The pooled allocator on one thread: random requests against a model, what it gives back and when,
-// what it does without memory, and misuse. `ZtPooledAllocatorThreadsTest.cpp` has the rest.
+// The pooled allocator: random requests against a model on one and on several threads, what it
+// gives back and when, what it does without memory, and misuse.
 #include <gtest/gtest.h>
 #include <ztlib/ZtPooledAllocator.h>
 
 #include <algorithm>
+#include <atomic>
+#include <barrier>
 #include <bit>
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <random>
+#include <functional>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "ContractCapture.h"
 #include "PoolForTest.h"
+#include "Random.h"
 #include "core/pool/SystemPages.h"
+
+#if defined(__unix__)
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -24,102 +34,87 @@ constexpr std::size_t kMega = std::size_t{1} << 20;
 // What a pool of the same work has at most beside its blocks.
 constexpr std::size_t kSlack = 2 * kMega;
 
+struct Block {
+    unsigned char* bytes;
+    std::size_t size;
+    unsigned char fill;
+};
+
 // Blocks in use, each filled with a byte of its own.
 class Model {
 public:
-    explicit Model(nedpool* pool, unsigned seed) : pool_(pool), random_(seed) {}
+    Model(nedpool* pool, unsigned seed, std::size_t most = 300000)
+        : pool_(pool), most_(most), random_(seed) {}
     ~Model() {
         while (!blocks_.empty())
-            free(0);
+            nedpfree(pool_, take().bytes);
     }
 
-    void step() {
-        const unsigned operation = random_() % 16;
-        const std::size_t chosen = blocks_.empty() ? 0 : random_() % blocks_.size();
-        if (operation < 6 || blocks_.empty())
-            add(nedpmalloc(pool_, size_ = randomSize()), 16);
-        else if (operation == 6)
-            addZeros(nedpcalloc(pool_, 1 + randomSize() / 8, 8));
-        else if (operation == 7)
-            addAligned();
-        else if (operation == 8)
-            addIndependent();
-        else if (operation < 11)
-            resize(chosen);
-        else
-            free(chosen);
+    Model& run(int steps) {
+        for (int i = 0; i < steps && !testing::Test::HasFatalFailure(); ++i)
+            step();
+        return *this;
     }
+    void exchange(std::vector<Block>& others) { blocks_.swap(others); }
 
 private:
-    struct Block {
-        unsigned char* bytes;
-        std::size_t size;
-        unsigned char fill;
-    };
-
-    std::size_t randomSize() {
-        static const std::size_t kBounds[] = {64, 500, 1000, 1000, 5000, 5000, 40000, 300000};
-        const std::size_t bound = kBounds[random_() % std::size(kBounds)];
-        return random_() % (random_() % 64 ? bound : 3 * kMega);
+    void step() {
+        const std::size_t size = randomSize();
+        const int operation = blocks_.empty() ? 0 : random_.below(16);
+        if (operation < 6) {
+            add(nedpmalloc(pool_, size), size);
+        } else if (operation == 6) {
+            void* const zeros = nedpcalloc(pool_, 1 + size / 8, 8);
+            EXPECT_TRUE(isFilled(static_cast<unsigned char*>(zeros), size, 0));
+            add(zeros, size);
+        } else if (operation == 7) {
+            const std::size_t alignment = std::size_t{1} << random_.below(18);
+            add(nedpmemalign(pool_, alignment, size), size, alignment);
+        } else if (operation == 8) {
+            std::size_t sizes[] = {size % 5000, 0, randomSize() % 5000};
+            void* chunks[3];
+            ASSERT_EQ(chunks, nedpindependent_comalloc(pool_, 3, sizes, chunks));
+            for (int i = 0; i < 3; ++i)
+                add(chunks[i], sizes[i]);
+        } else if (operation < 11) {
+            Block block = take();
+            const std::size_t wanted = 1 + (operation == 9 ? size : block.size * 3 / 2);
+            block.bytes = static_cast<unsigned char*>(nedprealloc(pool_, block.bytes, wanted));
+            ASSERT_NE(nullptr, block.bytes);
+            EXPECT_TRUE(isFilled(block.bytes, std::min(block.size, wanted), block.fill));
+            add(block.bytes, wanted);
+        } else {
+            nedpfree(pool_, take().bytes);
+        }
     }
 
-    void add(void* block, std::size_t alignment) {
+    std::size_t randomSize() {
+        const std::size_t bounds[] = {64, 500, 1000, 1000, 5000, 5000, 40000, 300000};
+        const std::size_t bound = std::min(random_.of(bounds), most_);
+        return random_.bits() % (random_.below(64) ? bound : std::min(300 * most_, 3 * kMega));
+    }
+
+    void add(void* block, std::size_t size, std::size_t alignment = 16) {
         ASSERT_NE(nullptr, block);
         ASSERT_EQ(0u, reinterpret_cast<std::uintptr_t>(block) % alignment);
-        ASSERT_GE(nedblksize(block), size_);
-        const auto fill = static_cast<unsigned char>(random_());
-        // All that is said to be usable is used.
-        const std::size_t usable = nedblksize(block);
+        const std::size_t usable = nedblksize(block);  // all of it is used
+        ASSERT_GE(usable, size);
+        const auto fill = static_cast<unsigned char>(random_.bits());
         std::memset(block, fill, usable);
         blocks_.push_back({static_cast<unsigned char*>(block), usable, fill});
     }
 
-    void addZeros(void* block) {
-        ASSERT_NE(nullptr, block);
-        const auto* const bytes = static_cast<const unsigned char*>(block);
-        ASSERT_EQ(size_ = 0, static_cast<std::size_t>(std::count_if(bytes, bytes + 8, isSet)));
-        add(block, 16);
-    }
-
-    void addAligned() {
-        const std::size_t alignment = std::size_t{1} << random_() % 18;
-        add(nedpmemalign(pool_, alignment, size_ = randomSize()), alignment);
-    }
-
-    void addIndependent() {
-        std::size_t sizes[] = {randomSize() % 5000, 0, randomSize() % 5000};
-        void* chunks[3];
-        ASSERT_EQ(chunks, nedpindependent_comalloc(pool_, 3, sizes, chunks));
-        for (int i = 0; i < 3; ++i)
-            size_ = sizes[i], add(chunks[i], 16);
-    }
-
-    void resize(std::size_t chosen) {
-        Block block = blocks_[chosen];
-        blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(chosen));
-        size_ = std::max<std::size_t>(1, random_() % 2 ? randomSize() : block.size * 3 / 2);
-        block.bytes = static_cast<unsigned char*>(nedprealloc(pool_, block.bytes, size_));
-        ASSERT_NE(nullptr, block.bytes);
-        block.size = std::min(block.size, size_);
-        expectFilled(block);
-        add(block.bytes, 16);
-    }
-
-    void free(std::size_t chosen) {
-        expectFilled(blocks_[chosen]);
-        nedpfree(pool_, blocks_[chosen].bytes);
-        blocks_[chosen] = blocks_.back();
+    Block take() {
+        std::swap(random_.of(blocks_), blocks_.back());
+        const Block block = blocks_.back();
         blocks_.pop_back();
-    }
-
-    static bool isSet(unsigned char byte) { return byte != 0; }
-    static void expectFilled(const Block& block) {
         EXPECT_TRUE(isFilled(block.bytes, block.size, block.fill)) << "bytes of a block were lost";
+        return block;
     }
 
     nedpool* pool_;
-    std::mt19937 random_;
-    std::size_t size_ = 0;
+    std::size_t most_;
+    Random random_;
     std::vector<Block> blocks_;
 };
 
@@ -128,10 +123,8 @@ TEST(PooledAllocator, RandomRequestsAgreeWithTheModel) {
     for (nedpool* used : {static_cast<nedpool*>(nullptr), pool.get()}) {
         const std::size_t before = nedpmalloc_footprint(used);
         for (unsigned seed = 1; seed <= 3; ++seed) {
-            SCOPED_TRACE("seed " + std::to_string(seed));
-            Model model(used, seed);
-            for (int i = 0; i < 1500 && !testing::Test::HasFatalFailure(); ++i)
-                model.step();
+            SCOPED_TRACE(seed);
+            Model(used, seed).run(1500);
         }
         nedpmalloc_trim(used, 0);
         EXPECT_LE(nedpmalloc_footprint(used), before + kSlack);
@@ -158,38 +151,30 @@ TEST(PooledAllocator, RequestsBeyondNumbersAreRefused) {
 }
 
 TEST(PooledAllocator, EdgeRequests) {
-    void* const none = nedmalloc(0);
-    EXPECT_NE(nullptr, none);
-    nedfree(none);
     nedfree(nullptr);
     EXPECT_EQ(0u, nedblksize(nullptr));
     EXPECT_EQ(nullptr, nedrealloc(nedrealloc(nullptr, 100), 0));
-
     const PoolForTest pool;
-    for (const std::size_t alignment :
-         {0u, 1u, 3u, 48u, 4096u, 65536u, 70000u, 1u << 20, 5u << 20}) {
-        const std::size_t rounded =
-            alignment < 2 ? 1 : std::size_t{1} << std::bit_width(alignment - 1);
+    for (const std::size_t alignment : {0u, 1u, 3u, 48u, 4096u, 65536u, 70000u, 5u << 20})
         for (const std::size_t size : {0u, 1u, 100u, 5000u, 40000u, 3u << 20}) {
             auto* const block =
                 static_cast<unsigned char*>(nedpmemalign(pool.get(), alignment, size));
             ASSERT_NE(nullptr, block);
-            EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(block) % rounded) << alignment;
+            EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(block) % std::bit_ceil(alignment));
             std::memset(block, 1, size);
             nedfree(block);
         }
-    }
-
     void** const blocks = nedindependent_calloc(5, 100, nullptr);
     ASSERT_NE(nullptr, blocks);
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(0, static_cast<char*>(blocks[i])[99]);
         nedfree(blocks[i]);
     }
+    for (void* none : {nedmalloc(0), static_cast<void*>(nedindependent_comalloc(0, 0, nullptr))}) {
+        EXPECT_NE(nullptr, none);
+        nedfree(none);
+    }
     nedfree(blocks);
-    void** const noBlocks = nedindependent_comalloc(0, nullptr, nullptr);
-    EXPECT_NE(nullptr, noBlocks);
-    nedfree(noBlocks);
     EXPECT_EQ(1, nedmallopt(-1, 100 << 20));
     EXPECT_EQ(0, nedmallopt(-3, 1));
     EXPECT_EQ(1, nedmallopt(-1, 256 << 20));
@@ -319,9 +304,7 @@ TEST(PooledAllocator, ExhaustedMemoryIsNullAndLosesNothing) {
         nedpmalloc_trim(pool.get(), 0);
         EXPECT_LE(nedpmalloc_footprint(pool.get()), kSlack);
     }
-    Model model(pool.get(), 99);
-    for (int i = 0; i < 500; ++i)
-        model.step();
+    Model(pool.get(), 99).run(500);
 }
 
 TEST(PooledAllocator, PoolsHaveTheirOwnBlocksAndValues) {
@@ -358,21 +341,16 @@ TEST(PooledAllocator, PoolsHaveTheirOwnBlocksAndValues) {
 }
 
 TEST(PooledAllocator, ManyPoolsAtATime) {
-    std::vector<nedpool*> pools(300);
-    std::vector<void*> blocks(pools.size());
-    for (std::size_t i = 0; i < pools.size(); ++i)
-        blocks[i] = nedpmalloc(pools[i] = nedcreatepool(0, 1), 100);
-    for (std::size_t i = 0; i < pools.size(); ++i) {
-        nedpsetvalue(pools[i], &pools[i]);
-        EXPECT_EQ(&pools[i], nedgetvalue(blocks[i]));
+    std::vector<std::pair<nedpool*, void*>> pools(300);
+    for (auto& [pool, block] : pools) {
+        block = nedpmalloc(pool = nedcreatepool(0, 1), 100);
+        nedpsetvalue(pool, &pool);
     }
-    for (std::size_t i = 0; i < pools.size(); i += 2)
-        neddestroypool(pools[i]);
-    for (std::size_t i = 1; i < pools.size(); i += 2) {
-        EXPECT_EQ(&pools[i], nedgetvalue(blocks[i]));
-        nedfree(blocks[i]);
-        neddestroypool(pools[i]);
-    }
+    for (const bool isFirstPass : {true, false})
+        for (std::size_t i = isFirstPass ? 0 : 1; i < pools.size(); i += 2) {
+            EXPECT_EQ(&pools[i].first, nedgetvalue(pools[i].second));
+            neddestroypool(pools[i].first);
+        }
 }
 
 TEST(PooledAllocator, MisuseIsABrokenContract) {
@@ -408,5 +386,105 @@ TEST(PooledAllocator, StatisticsNameTheFootprint) {
     EXPECT_NE(std::string::npos, text.find(std::to_string(3 * kMega))) << text;
     nedfree(block);
 }
+
+void runOnThreads(int count, const std::function<void(int)>& work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i)
+        threads.emplace_back(work, i);
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+// Takes and frees blocks of mostly small sizes, as a thread's cache keeps them.
+Model smallModel(nedpool* pool, unsigned seed) {
+    return Model(pool, seed, 600);
+}
+
+TEST(PooledAllocatorThreads, FreeEachOthersBlocks) {
+    const PoolForTest pool;
+    nedpool* const used[] = {nullptr, pool.get()};
+    std::mutex mutex;
+    std::vector<Block> handedOver[2];
+    runOnThreads(8, [&](int i) {
+        Model model = smallModel(used[i % 2], static_cast<unsigned>(i));
+        for (int round = 0; round < 60; ++round) {
+            model.run(50);
+            const std::lock_guard locked(mutex);
+            model.exchange(handedOver[i % 2]);
+        }
+    });
+    for (const int i : {0, 1})
+        Model(used[i], 0).exchange(handedOver[i]);
+}
+
+TEST(PooledAllocatorThreads, EndingThreadsLeaveNothingBehind) {
+    const PoolForTest pool;
+    for (int round = 0; round < 10; ++round)
+        runOnThreads(4, [&](int i) {
+            if (i == 0)
+                neddisablethreadcache(pool.get());
+            smallModel(pool.get(), static_cast<unsigned>(i)).run(2000);
+        });
+    // All is back in the pool although this thread has freed nothing: what threads kept, too.
+    nedpmalloc_trim(pool.get(), 0);
+    EXPECT_LE(nedpmalloc_footprint(pool.get()), kMega);
+}
+
+TEST(PooledAllocatorThreads, DestructorsThatRunAfterTheCachesAreGone) {
+    struct Late {
+        ~Late() {
+            nedfree(block);
+            nedfree(nedmalloc(100));
+        }
+        void* block = nullptr;
+    };
+    runOnThreads(2, [](int) {
+        static thread_local Late late;
+        late.block = nedmalloc(100);
+    });
+}
+
+TEST(PooledAllocatorThreads, PoolsComeAndGoWhileThreadsLive) {
+    nedpool* pool = nullptr;
+    std::barrier turn(4);
+    runOnThreads(4, [&](int i) {
+        for (unsigned round = 0; round < 30; ++round) {
+            if (i == 0)
+                pool = nedcreatepool(0, 3);
+            turn.arrive_and_wait();
+            smallModel(pool, 3 * round + static_cast<unsigned>(i)).run(300);
+            smallModel(nullptr, round).run(100);
+            nedpmalloc(pool, 40);  // goes with the pool
+            turn.arrive_and_wait();
+            if (i == 0)
+                neddestroypool(pool);
+        }
+    });
+}
+
+#if defined(__unix__)
+TEST(PooledAllocatorThreads, ForksWhileOthersAllocate) {
+    const PoolForTest pool;
+    nedpool* const used[] = {nullptr, pool.get()};
+    std::atomic<bool> isOver{false};
+    runOnThreads(4, [&](int i) {
+        while (i > 0 && !isOver)
+            smallModel(used[i % 2], static_cast<unsigned>(i)).run(200);
+        for (unsigned round = 0; i == 0 && round < 20; ++round) {
+            const pid_t child = fork();
+            if (child == 0) {
+                for (nedpool* each : used)
+                    smallModel(each, round).run(500);
+                nedmalloc_trim(0);
+                _exit(testing::Test::HasFailure() ? 1 : 0);
+            }
+            int status = -1;
+            EXPECT_EQ(child, waitpid(child, &status, 0));
+            EXPECT_EQ(0, status);
+        }
+        isOver = isOver || i == 0;
+    });
+}
+#endif
 
 }  // namespace

@@ -7,11 +7,11 @@
 #include <climits>
 #include <cstring>
 #include <limits>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "FailEveryAllocation.h"
+#include "Random.h"
 
 namespace {
 
@@ -57,79 +57,64 @@ public:
     int questions = 0;
 
 protected:
-    int isSpace(char c) override {
-        ++questions;
-        return c >= '0' && c <= '9';
-    }
+    int isSpace(char c) override { return ++questions, c >= '0' && c <= '9'; }
 };
 
 TEST(Tokenizers, ReadAsTheTableSays) {
-    struct Row {
+    const struct {
         const char* text;
         const char* separators;  // null: white space
         Tokens tokens;
-    };
-    const Row rows[] = {
-        {"  one \"two three\" fo\\ ur  ", nullptr, {"one", "two three", "fo ur"}},
-        {"ab\"c d\"ef", nullptr, {"abc def"}},
-        {"\"\" x", nullptr, {"", "x"}},
-        {"\"a\\\" b", nullptr, {"a\\", "b"}},
-        {"\"open to the end ", nullptr, {"open to the end "}},
-        {"a\\", nullptr, {"a"}},
-        {"a \\", nullptr, {"a", ""}},
-        {"\\\"\\\\\\n", nullptr, {"\"\\n"}},
-        {"a\tb\nc\vd\fe\rf\xa0g", nullptr, {"a", "b", "c", "d", "e", "f\xa0g"}},
-        {"", nullptr, {}},
-        {" \t ", nullptr, {}},
-        {"a, b", ",", {"a", " b"}},
-        {" a,b", ",", {" a", "b"}},
-        {",,a\xff\x80z,", ",\xff", {"a", "\x80z"}},
-        {"a\"b,c\"d", ",", {"ab,cd"}},
-        {"a\"b,c\"d\\e", "\"\\", {"a", "b,c", "d", "e"}},
-        {"a b", "", {"a b"}},
-    };
-    for (const Row& row : rows)
+    } rows[] = {{"  one \"two three\" fo\\ ur  ", nullptr, {"one", "two three", "fo ur"}},
+                {"\"\" x", nullptr, {"", "x"}},
+                {"\"a\\\" b", nullptr, {"a\\", "b"}},
+                {"\"open to the end ", nullptr, {"open to the end "}},
+                {"a \\", nullptr, {"a", ""}},
+                {"a\tb\nc\vd\fe\rf\xa0g", nullptr, {"a", "b", "c", "d", "e", "f\xa0g"}},
+                {"", nullptr, {}},
+                {" a,b", ",", {" a", "b"}},
+                {",,a\xff\x80z,", ",\xff", {"a", "\x80z"}},
+                {"a\"b,c\"d\\e", "\"\\", {"a", "b,c", "d", "e"}},
+                {"a b", "", {"a b"}}};
+    for (const auto& row : rows)
         EXPECT_EQ(row.separators ? split(row.text, row.separators) : split(row.text), row.tokens)
             << row.text;
 }
 
 // What `nextToken` reads, character by character.
 Tokens splitSlowly(const std::string& text, const std::string& separators) {
-    const auto isSeparator = [&](std::size_t i) {
-        return separators.find(text[i]) != std::string::npos;
-    };
     Tokens tokens;
-    std::size_t i = 0;
-    for (;;) {
-        while (i < text.size() && isSeparator(i))
-            ++i;
-        if (i >= text.size())
-            return tokens;
-        std::string token;
-        for (; i < text.size() && !isSeparator(i); ++i) {
-            if (text[i] == '\\') {
-                if (++i < text.size())
-                    token += text[i];
-            } else if (text[i] == '"') {
-                while (++i < text.size() && text[i] != '"')
-                    token += text[i];
-            } else {
-                token += text[i];
-            }
+    bool isInToken = false;
+    bool isQuoted = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        const bool isSeparator = separators.find(c) != std::string::npos;
+        if (!isQuoted && isSeparator) {
+            isInToken = false;
+            continue;
         }
-        tokens.push_back(token);
+        if (!isInToken)
+            tokens.emplace_back();
+        isInToken = true;
+        if (c == '"')
+            isQuoted = !isQuoted;
+        else if (c != '\\' || isQuoted)
+            tokens.back() += c;
+        else if (++i < text.size())
+            tokens.back() += text[i];
     }
+    return tokens;
 }
 
 TEST(Tokenizers, AgreeWithReadingCharacterByCharacter) {
-    std::mt19937 random(5);
+    Random random(5);
     for (int round = 0; round < 20000; ++round) {
         // Long words in every third round, so that runs beyond sixteen characters occur.
         const std::string alphabet =
             round % 3 == 0 ? "abcdefghijklmnopqrstuvwxyz12 \"" : "a1\xe9 \t,\"\\";
-        std::string text(random() % 60, ' ');
+        std::string text(random.bits() % 60, ' ');
         for (char& c : text)
-            c = alphabet[random() % alphabet.size()];
+            c = random.of(alphabet);
         SCOPED_TRACE(text);
         EXPECT_EQ(split(text), splitSlowly(text, " \t\n\v\f\r"));
         EXPECT_EQ(split(text, ", \xe9"), splitSlowly(text, ", \xe9"));

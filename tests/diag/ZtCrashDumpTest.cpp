@@ -126,7 +126,7 @@ std::string resolved(const std::string& note) {
 // A test on Windows runs its crash in a second process, which finds the folder by its name.
 class Folder {
 public:
-    Folder() : path_(fs::current_path() / nameOfTest()) {
+    Folder() {
         fs::remove_all(path_);
         fs::create_directories(path_);
     }
@@ -154,7 +154,7 @@ private:
         std::replace(name.begin(), name.end(), '/', '-');
         return "crash-" + name;
     }
-    fs::path path_;
+    const fs::path path_ = fs::current_path() / nameOfTest();
 };
 
 void crash(const Folder& folder, const std::string& dump, const std::function<void()>& action) {

@@ -3,15 +3,18 @@
 #include <ztlib/ZtProgressInterface.h>
 #include <ztlib/ZtString.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <limits>
 #include <memory>
-#include <random>
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include "FailEveryAllocation.h"
+#include "Random.h"
 
 namespace {
 
@@ -49,8 +52,7 @@ private:
 
 ZtDArray<float> weightsOf(std::initializer_list<float> values) {
     ZtDArray<float> weights;
-    for (float value : values)
-        weights.push(value);
+    weights.append(static_cast<int>(values.size()), values.begin());
     return weights;
 }
 
@@ -80,58 +82,31 @@ TEST(Progress, WithoutStagesItPassesValuesOnAndKeepsTheFlags) {
     EXPECT_EQ(0, display.getProgressValue());
 }
 
-TEST(Progress, StagesReportTheirShareAndTheLastStaysCurrent) {
-    Display display;
-    display.startWorking("");
-    display.subdivide(4);
-    display.shown();
-    display.setProgressValue(0.5f);
-    display.stopWorking();
-    display.setProgressValue(0.5f);
-    EXPECT_EQ("0.125 0.25 0.375", display.shown());
-    display.startWorking("second");
-    EXPECT_EQ("0.25 'second' before", display.shown());
-    for (int stage = 1; stage < 5; ++stage)
-        display.stopWorking();
-    display.setProgressValue(0.5f);
-    EXPECT_EQ("0.5 0.75 1 1 0.875", display.shown());
-    EXPECT_TRUE(display.isBusy());
-    display.undivide();
-    EXPECT_EQ("after", display.shown());
-    EXPECT_FALSE(display.isBusy());
-    display.setProgressValue(0.5f);
-    EXPECT_EQ("0.5", display.shown());
-}
-
 TEST(Progress, WeightsCutTheRangeAndUselessOnesAreReplaced) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    struct Row {
-        const char* name;
+    const struct {
         ZtDArray<float> weights;
+        int stages;
         const char* ends;  // of the stages, from 0.5 to 1
-        bool isReplaced;
-    };
-    for (Row& row :
-         std::vector<Row>{{"one interval", weightsOf({1, 3}), "1", false},
-                          {"three", weightsOf({2, 3, 5, 6}), "0.625 0.875 1", false},
-                          {"not rising inside", weightsOf({0, 3, 1, 4}), "0.875 0.625 1", false},
-                          {"no span", weightsOf({2, 2}), "1", true},
-                          {"falling", weightsOf({2, 3, 1}), "1", true},
-                          {"not a number", weightsOf({0, 1, nan}), "1", true},
-                          {"one", weightsOf({5}), "1", true},
-                          {"none", weightsOf({}), "1", true}}) {
-        SCOPED_TRACE(row.name);
+    } rows[] = {{weightsOf({1, 3}), 1, "1"},
+                {weightsOf({2, 3, 5, 6}), 3, "0.625 0.875 1"},
+                {weightsOf({0, 3, 1, 4}), 3, "0.875 0.625 1"},
+                {weightsOf({2, 2}), 0, "1"},
+                {weightsOf({2, 3, 1}), 0, "1"},
+                {weightsOf({0, 1, nan}), 0, "1"},
+                {weightsOf({5}), 0, "1"},
+                {weightsOf({}), 0, "1"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.ends);
         Display display;
         display.subdivide(2);
         display.nextRange();
-        const int stages = row.isReplaced ? 1 : row.weights.size() - 1;
-        display.subdivide(row.weights);
-        for (int stage = 0; stage < stages; ++stage)
+        ZtDArray<float> weights(row.weights);
+        display.subdivide(weights);
+        EXPECT_TRUE(weights == (row.stages == 0 ? weightsOf({0, 1}) : row.weights));
+        for (int stage = 0; stage < std::max(1, row.stages); ++stage)
             display.stopWorking();
         EXPECT_EQ(row.ends, display.shown());
-        if (row.isReplaced) {
-            EXPECT_TRUE(row.weights == weightsOf({0, 1}));
-        }
     }
     for (int n : {0, 1, -3}) {
         Display display;
@@ -197,105 +172,103 @@ TEST(Progress, NestsAsDeepAsItIsAsked) {
     EXPECT_EQ("0.5", display.shown());
 }
 
+bool isNear(double expected, float actual) {
+    return std::abs(expected - static_cast<double>(actual)) < 1e-5;
+}
+
 // The stages entered so far, outermost first. Other ranges of the tree cannot be reached again.
 class Model {
 public:
+    struct Range {
+        double first, last;
+        double at(double fraction) const { return first + (last - first) * fraction; }
+    };
+
     void subdivide(const std::vector<double>& weights) {
-        const auto [first, last] = current();
-        Level level;
-        const double span = weights.back() - weights.front();
-        for (std::size_t k = 1; k < weights.size(); ++k)
-            level.stages.push_back(
-                {first + (weights[k - 1] - weights.front()) / span * (last - first),
-                 first + (weights[k] - weights.front()) / span * (last - first)});
-        levels_.push_back(level);
+        const double start = weights.front(), span = weights.back() - start;
+        std::vector<Range> stages;
+        for (std::size_t k = weights.size() - 1; k > 0; --k)
+            stages.push_back({current().at((weights[k - 1] - start) / span),
+                              current().at((weights[k] - start) / span)});
+        levels_.push_back(stages);
     }
     void next() {
-        Level& level = levels_.back();
-        if (level.at + 1 < level.stages.size())
-            ++level.at;
+        if (levels_.back().size() > 1)
+            levels_.back().pop_back();
     }
     bool up() {
-        if (levels_.size() == 1)
+        if (isWhole())
             return false;
         levels_.pop_back();
         return true;
     }
     bool isWhole() const { return levels_.size() == 1; }
-    std::pair<double, double> current() const { return levels_.back().stages[levels_.back().at]; }
-
-    bool isBusy = false;
+    Range current() const { return levels_.back().back(); }
 
 private:
-    struct Level {
-        std::vector<std::pair<double, double>> stages;
-        std::size_t at = 0;
-    };
-    std::vector<Level> levels_{{{{0.0, 1.0}}}};
+    std::vector<std::vector<Range>> levels_{{{0, 1}}};  // of each the stages to come, last first
 };
 
 TEST(Progress, RandomSequencesAgreeWithTheModel) {
-    std::mt19937 random(99);
-    const auto below = [&](unsigned n) { return static_cast<int>(random() % n); };
-    for (int round = 0; round < 200; ++round) {
-        Display display;
-        Model model;
-        for (int step = 0; step < 60; ++step) {
-            SCOPED_TRACE("round " + std::to_string(round) + ", step " + std::to_string(step));
-            const int operation = below(8);
-            const double fraction = below(101) / 100.0;
-            bool ends = false;
-            if (operation == 0 || operation == 1) {
+    Random random(99);
+    std::unique_ptr<Display> display;
+    Model model;
+    bool isBusy = false;
+    for (int step = 0; step < 12000; ++step) {
+        SCOPED_TRACE(step);
+        if (step % 60 == 0)
+            display = std::make_unique<Display>(), model = Model(), isBusy = false;
+        const double fraction = random.below(101) / 100.0;
+        bool ends = false;
+        const std::function<void()> operations[] = {
+            [&] {
+                const int n = 1 + random.below(4);
+                display->subdivide(n);
+                std::vector<double> equal(static_cast<std::size_t>(n + 1));
+                std::iota(equal.begin(), equal.end(), 0);
+                model.subdivide(equal);
+            },
+            [&] {
                 std::vector<double> weights{fraction};
-                for (int more = 1 + below(4); more > 0; --more)
-                    weights.push_back(weights.back() + 0.25 + below(3));
                 ZtDArray<float> floats;
-                for (double& weight : weights)
+                for (int more = random.below(4); more >= 0; --more)
+                    weights.push_back(weights.back() + 0.25 + random.below(3));
+                for (const double weight : weights)
                     floats.push(static_cast<float>(weight));
-                if (operation == 0) {
-                    const int n = static_cast<int>(weights.size()) - 1;
-                    display.subdivide(n);
-                    for (int k = 0; k <= n; ++k)
-                        weights[static_cast<std::size_t>(k)] = k;
-                } else {
-                    display.subdivide(floats);
-                }
+                display->subdivide(floats);
                 model.subdivide(weights);
-            } else if (operation == 2) {
-                display.stopWorking();
-                if (model.isWhole()) {
-                    model.isBusy = false;
-                    ends = true;
-                } else {
-                    EXPECT_NEAR(model.current().second, static_cast<double>(display.value()), 1e-5);
-                    model.next();
-                }
-            } else if (operation == 3) {
-                display.undivide();
+            },
+            [&] {
+                display->stopWorking();
+                ends = model.isWhole();
+                isBusy = isBusy && !ends;
+                EXPECT_TRUE(ends || isNear(model.current().last, display->value()));
+                model.next();
+            },
+            [&] {
+                display->undivide();
                 if (model.up()) {
                     model.next();
                     ends = model.isWhole();
-                    model.isBusy = model.isBusy && !ends;
+                    isBusy = isBusy && !ends;
                 }
-            } else if (operation == 4) {
-                display.startWorking("");
-                EXPECT_NEAR(model.current().first, static_cast<double>(display.value()), 1e-5);
-                model.isBusy = true;
-            } else if (operation == 5) {
-                display.nextRange();
-                model.next();
-            } else if (operation == 6 && below(3) == 0) {
-                display.parentRange();
-                model.up();
-            }
-            EXPECT_EQ(ends, display.shown().find("after") != std::string::npos);
-            const auto [first, last] = model.current();
-            display.setProgressValue(static_cast<float>(fraction));
-            ASSERT_NEAR(first + (last - first) * fraction, static_cast<double>(display.value()),
-                        1e-5);
-            ASSERT_EQ(model.isBusy, display.isBusy());
-            display.shown();
-        }
+            },
+            [&] {
+                display->startWorking("");
+                EXPECT_TRUE(isNear(model.current().first, display->value()));
+                isBusy = true;
+            },
+            [&] { display->nextRange(), model.next(); },
+            [&] {
+                if (random.below(3) == 0)
+                    display->parentRange(), model.up();
+            }};
+        random.of(operations)();
+        EXPECT_EQ(ends, display->shown().find("after") != std::string::npos);
+        display->setProgressValue(static_cast<float>(fraction));
+        ASSERT_TRUE(isNear(model.current().at(fraction), display->value()));
+        ASSERT_EQ(isBusy, display->isBusy());
+        display->shown();
     }
 }
 

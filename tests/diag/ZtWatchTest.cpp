@@ -3,7 +3,9 @@
 #include <ztlib/ZtWatch.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -14,44 +16,39 @@ void pause() {
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
 }
 
-// The standard's stop watch, in seconds.
-class Clock {
-public:
-    double operator()() const {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
-    }
+double seconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
 
-private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
-
-constexpr double kTolerance = 1e-3;  // the two clocks may tick differently
+// Expects a time in seconds between bounds; the two clocks may tick differently.
+void expectBetween(double least, float time, double most) {
+    EXPECT_LE(least - 1e-3, static_cast<double>(time));
+    EXPECT_GE(most + 1e-3, static_cast<double>(time));
+}
 
 TEST(ZtWatch, AddsUpTheTimesThatItRuns) {
-    const Clock outer;
+    const double start = seconds();
     ZtWatch watch;
-    const Clock inner;
     EXPECT_TRUE(watch.isRunning());
     pause();
-    const double least = inner();
-    const double first = static_cast<double>(watch.stop());
-    EXPECT_GE(first, least - kTolerance);
-    EXPECT_LE(first, outer() + kTolerance);
+    const float first = watch.stop();
+    expectBetween(0.03, first, seconds() - start);
     EXPECT_FALSE(watch.isRunning());
     pause();
-    EXPECT_EQ(first, static_cast<double>(watch.getTime()));
+    EXPECT_EQ(first, watch.getTime());
 
+    const double again = seconds();
     watch.cont();
     pause();
-    const double both = static_cast<double>(watch.getTime());
-    EXPECT_GE(both, first + 0.03 - kTolerance);
-    EXPECT_LE(both, outer() + kTolerance);
+    const float both = watch.getTime();
+    expectBetween(static_cast<double>(first) + 0.03, both,
+                  static_cast<double>(first) + seconds() - again);
     const int msec = watch.stopMSec();
     EXPECT_EQ(msec, watch.getTimeMSec());
     EXPECT_GE(msec, static_cast<int>(both * 1000));
-
     // Stopping twice counts the last run twice.
-    EXPECT_GE(static_cast<double>(watch.stop()), both + 0.03 - kTolerance);
+    EXPECT_GE(watch.stop(), both + 0.029f);
     watch.reset();
     EXPECT_EQ(0.0f, watch.getTime());
     watch.start();
@@ -60,14 +57,14 @@ TEST(ZtWatch, AddsUpTheTimesThatItRuns) {
 
 TEST(ZtWatch, OneThatNeverRanReadsZeroAndStopsSinceItWasMade) {
     ZtWatch(true).stop();
-    const Clock outer;
+    const double start = seconds();
     ZtWatch watch(false);
     EXPECT_FALSE(watch.isRunning());
     EXPECT_EQ(0.0f, watch.getTime());
     pause();
     EXPECT_EQ(0, watch.getTimeMSec());
-    EXPECT_GE(static_cast<double>(watch.stop()), 0.03 - kTolerance);
-    EXPECT_LE(static_cast<double>(watch.getTime()), outer() + kTolerance);
+    const float time = watch.stop();
+    expectBetween(0.03, time, seconds() - start);
 }
 
 TEST(ZtWatchDeathTest, AllReadZeroBeforeTheFirstStart) {
@@ -92,16 +89,6 @@ std::string printed(Operation operation) {
     return testing::internal::GetCapturedStdout();
 }
 
-// The text with "#" for each number before " ms".
-std::string withoutTimes(std::string text) {
-    for (std::size_t at = 0; (at = text.find(" ms", at)) != std::string::npos; at += 3) {
-        const std::size_t first = text.find_last_not_of("0123456789", at - 1) + 1;
-        text.replace(first, at - first, "#");
-        at = first + 1;
-    }
-    return text;
-}
-
 TEST(ZtWatch, ANamedOneTellsItsTime) {
     const std::string text = printed([] {
         ZtWatch watch("load %d");
@@ -116,33 +103,28 @@ TEST(ZtWatch, ANamedOneTellsItsTime) {
         " --- load %d [-1]: # msec  (+ # ms)\n"
         " --- load %d [123]: # msec\n"
         " --- load %d: # msec  (+ # ms)\n",
-        withoutTimes(text));
-    EXPECT_EQ(" --- idle: 0 msec\n --- idle: 0 msec  (+ 0 ms)\n", printed([] {
-                  ZtWatch watch("idle", false);
-                  watch.dump();
-              }));
-    EXPECT_EQ("", printed([] {
-                  ZtWatch unnamed;
-                  unnamed.dump();
-                  ZtWatch empty("");
-                  ZtWatch(static_cast<const char*>(nullptr)).dump(3);
-              }));
+        std::regex_replace(text, std::regex("[0-9]+ ms"), "# ms"));
+    EXPECT_EQ(
+        " --- b: 0 msec\n --- b: 0 msec  (+ 0 ms)\n --- a: 0 msec\n --- a: 0 msec\n --- a: 0 "
+        "msec\n",
+        printed([] {
+            ZtWatch a("a", false);
+            ZtWatch copy(a);
+            ZtWatch b("b", false);
+            b.dump();
+            b.dump();
+            b = a;
+            b = *&b;
+            b.reset();
+            ZtWatch unnamed, empty("");
+            unnamed.dump();
+            ZtWatch(static_cast<const char*>(nullptr)).dump(3);
+        }));
     std::ostringstream stream;
     const ZtWatch stopped(false);
     stopped.show(stream);
     EXPECT_EQ("Elapsed Time 0.000s\n", stream.str());
     EXPECT_EQ(stream.str(), printed([&] { stopped.show(); }));
-}
-
-TEST(ZtWatch, CopiesShareTheName) {
-    EXPECT_EQ(" --- b: 0 msec\n --- a: 0 msec\n --- a: 0 msec\n --- a: 0 msec\n", printed([] {
-                  ZtWatch a("a", false);
-                  ZtWatch copy(a);
-                  ZtWatch b("b", false);
-                  b.dump();
-                  b = a;
-                  b = *&b;
-              }));
 }
 
 }  // namespace

@@ -52,92 +52,51 @@
 
 #include <cstddef>
 #include <cstring>
+#include <typeinfo>
+#include <utility>
 
 namespace {
 
-constexpr bool kHas32BitPointers = sizeof(void*) == 4;
-
-struct Size {
-    const char* name;
-    std::size_t actual;
-    std::size_t with32BitPointers;
-    std::size_t with64BitPointers;
-};
-
-#define SIZE_OF(type, on32, on64)       \
-    Size {                              \
-#type, sizeof(type), on32, on64 \
-    }
+/// Expects that size of all the types, with pointers of 32 and of 64 bits.
+template <class... Types>
+void expectSize(std::size_t with32BitPointers, std::size_t with64BitPointers) {
+    const std::size_t expected = sizeof(void*) == 4 ? with32BitPointers : with64BitPointers;
+    const std::pair<const char*, std::size_t> sizes[] = {{typeid(Types).name(), sizeof(Types)}...};
+    for (const auto& [name, actual] : sizes)
+        EXPECT_EQ(expected, actual) << name;
+}
 
 TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
-    using Array = ZtDArray<int>;
-    using Component = ZtConnectedComponents::Component;
-    using Handle = ZtHandle<ZtHandable>;
-    using CountedMessage = ZtMessageCollector::TCountedMsg;
-    for (const Size& row : {
-             SIZE_OF(Array, 12, 16),
-             SIZE_OF(ZtHandable, 12, 16),
-             SIZE_OF(Handle, 8, 16),
-             SIZE_OF(ZtString, 24, 32),
-             SIZE_OF(ZtStringTokenizer, 40, 56),
-             SIZE_OF(ZtStringTokenizerGeneral, 52, 72),
-             SIZE_OF(ZtBitfield, 12, 16),
-             SIZE_OF(ZtException, 28, 40),
-             SIZE_OF(ZtMemoryException, 32, 48),
-             SIZE_OF(ZtResult, 4, 8),
-             SIZE_OF(ZtResultBase, 96, 128),
-             SIZE_OF(ZtMessageCollector, 16, 24),
-             SIZE_OF(CountedMessage, 32, 48),
-             SIZE_OF(ZtWatch, 32, 40),
-             SIZE_OF(ZtAllocator, 8, 16),
-             SIZE_OF(ZtFilename, 24, 32),
-             SIZE_OF(ZtTmpDir, 28, 40),
-             SIZE_OF(ZtLogFile, 4, 8),
-             SIZE_OF(ZtBytePattern, 68, 68),
-             SIZE_OF(ZtTypeInfo, 16, 32),
-             SIZE_OF(ZtTypedObject, 4, 8),
-             SIZE_OF(ZtInterfaceOwner, 48, 72),
-             SIZE_OF(ZtInterface, 8, 16),
-             SIZE_OF(ZtDSO, 4, 8),
-             SIZE_OF(ZtEditable, 20, 32),
-             SIZE_OF(ZtEditingListener, 4, 8),
-             SIZE_OF(ZtCreateUIDs, 72, 96),
-             SIZE_OF(ZtFrameID, 8, 8),
-             SIZE_OF(ZtRemotificationID, 4, 4),
-             SIZE_OF(ZtPrimType, 4, 4),
-             SIZE_OF(ZtDataType, 4, 8),
-             SIZE_OF(ZtTypedPointer, 8, 16),
-             SIZE_OF(ZtDataPointer, 16, 24),
-             SIZE_OF(Component, 24, 24),
-             SIZE_OF(TrDeploy::MD5, 16, 16),
-             SIZE_OF(NwParamBase, 20, 40),
-             SIZE_OF(NwParameter, 32, 56),
-             SIZE_OF(NwParamBundle, 36, 64),
-             SIZE_OF(NwParamEditCheck, 4, 8),
-             SIZE_OF(ZtScanConvert, 28, 40),
-             SIZE_OF(ZtServerSocket, 12, 12),
-             SIZE_OF(ZtHttpd, 80, 112),
-             SIZE_OF(ZtVec2f, 8, 8),
-             SIZE_OF(ZtVec3f, 12, 12),
-             SIZE_OF(ZtVec4f, 16, 16),
-             SIZE_OF(ZtVec2i, 8, 8),
-             SIZE_OF(ZtVec3i, 12, 12),
-             SIZE_OF(ZtVec4i, 16, 16),
-             SIZE_OF(ZtVec3l, 24, 24),
-             SIZE_OF(ZtVec3d, 24, 24),
-             SIZE_OF(ZtDMatrix<float>, 12, 16),
-             SIZE_OF(ZtMat3f, 36, 36),
-             SIZE_OF(ZtMat4f, 64, 64),
-             SIZE_OF(ZtRotation, 16, 16),
-             SIZE_OF(ZtBox3f, 24, 24),
-             SIZE_OF(ZtPlane, 16, 16),
-             SIZE_OF(ZtLine, 24, 24),
-             SIZE_OF(ZtSphere, 16, 16),
-             SIZE_OF(ZtCutBoxPlane, 260, 260),
-             SIZE_OF(ZtCutBoxPlaneDouble, 520, 520),
-         })
-        EXPECT_EQ(kHas32BitPointers ? row.with32BitPointers : row.with64BitPointers, row.actual)
-            << row.name;
+    expectSize<ZtPrimType, ZtRemotificationID>(4, 4);
+    expectSize<ZtResult, ZtLogFile, ZtTypedObject, ZtEditingListener>(4, 8);
+    expectSize<ZtDataType, ZtDSO, NwParamEditCheck>(4, 8);
+    expectSize<ZtVec2f, ZtVec2i, ZtFrameID>(8, 8);
+    expectSize<ZtHandle<ZtHandable>, ZtTypedPointer, ZtInterface, ZtAllocator>(8, 16);
+    expectSize<ZtVec3f, ZtVec3i, ZtServerSocket>(12, 12);
+    expectSize<ZtDArray<int>, ZtHandable, ZtBitfield, ZtDMatrix<float>>(12, 16);
+    expectSize<TrDeploy::MD5, ZtVec4f, ZtVec4i, ZtRotation, ZtPlane, ZtSphere>(16, 16);
+    expectSize<ZtMessageCollector, ZtDataPointer>(16, 24);
+    expectSize<ZtTypeInfo>(16, 32);
+    expectSize<ZtEditable>(20, 32);
+    expectSize<NwParamBase>(20, 40);
+    expectSize<ZtConnectedComponents::Component, ZtVec3l, ZtVec3d, ZtBox3f, ZtLine>(24, 24);
+    expectSize<ZtString, ZtFilename>(24, 32);
+    expectSize<ZtException, ZtTmpDir, ZtScanConvert>(28, 40);
+    expectSize<ZtWatch>(32, 40);
+    expectSize<ZtMemoryException, ZtMessageCollector::TCountedMsg>(32, 48);
+    expectSize<NwParameter>(32, 56);
+    expectSize<ZtMat3f>(36, 36);
+    expectSize<NwParamBundle>(36, 64);
+    expectSize<ZtStringTokenizer>(40, 56);
+    expectSize<ZtInterfaceOwner>(48, 72);
+    expectSize<ZtStringTokenizerGeneral>(52, 72);
+    expectSize<ZtMat4f>(64, 64);
+    expectSize<ZtBytePattern>(68, 68);
+    expectSize<ZtCreateUIDs>(72, 96);
+    expectSize<ZtHttpd>(80, 112);
+    expectSize<ZtResultBase>(96, 128);
+    expectSize<ZtCutBoxPlane>(260, 260);
+    expectSize<ZtCutBoxPlaneDouble>(520, 520);
 }
 
 // In the ABI of every system we build for, the first word of a pointer to a virtual member is 1
