@@ -22,7 +22,7 @@ public:
     unsigned countTokens() const;
 
 private:
-    unsigned separators_[8];  // a bit for each character
+    std::string separators_;
     std::string text_;
     std::size_t start_;
     std::size_t end_;

@@ -3,52 +3,49 @@
 
 #include "core/CharSet.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
 constexpr std::size_t kNone = std::string::npos;
 
 // The offset of the first character at or after `from` that is no separator, or kNone.
-std::size_t findToken(const unsigned* separators, const std::string& text, std::size_t from) {
-    while (from < text.size() && CharSet::contains(separators, text[from]))
+std::size_t findToken(const CharSet& separators, const std::string& text, std::size_t from) {
+    while (from < text.size() && CharSet::contains(separators.words, text[from]))
         ++from;
     return from < text.size() ? from : kNone;
 }
 
 // The offset of the first separator at or after `from`, or kNone.
-std::size_t findSeparator(const unsigned* separators, const std::string& text, std::size_t from) {
+std::size_t findSeparator(const CharSet& separators, const std::string& text, std::size_t from) {
     if (from >= text.size())
         return kNone;
     const char* const last = text.data() + text.size();
-    const char* const found = CharSet::find(separators, text.data() + from, last);
+    const char* const found = CharSet::find(separators.words, text.data() + from, last);
     return found == last ? kNone : static_cast<std::size_t>(found - text.data());
 }
 
 }  // namespace
 
 ZtStdStringTokenizer::ZtStdStringTokenizer(const std::string& text, const char* separators)
-    : text_(text) {
-    const CharSet set(separators == nullptr ? " \f\n\r\t\v" : separators);
-    static_assert(sizeof separators_ == sizeof set.words);
-    std::copy(std::begin(set.words), std::end(set.words), separators_);
-    start_ = findToken(separators_, text_, 0);
-    end_ = findSeparator(separators_, text_, start_);
+    : separators_(separators == nullptr ? " \f\n\r\t\v" : separators), text_(text) {
+    const CharSet set(separators_.c_str());
+    start_ = findToken(set, text_, 0);
+    end_ = findSeparator(set, text_, start_);
 }
 
 void ZtStdStringTokenizer::nextToken(std::string& token) {
     if (start_ == kNone)
         return;
     token.assign(text_, start_, end_ - start_);  // up to the text's end where end_ is kNone
-    start_ = findToken(separators_, text_, end_);
-    end_ = findSeparator(separators_, text_, start_);
+    const CharSet set(separators_.c_str());
+    start_ = findToken(set, text_, end_);
+    end_ = findSeparator(set, text_, start_);
 }
 
 unsigned ZtStdStringTokenizer::countTokens() const {
     if (!isCounted_) {
-        for (std::size_t at = 0; (at = findToken(separators_, text_, at)) != kNone; ++count_)
-            at = findSeparator(separators_, text_, at);
+        const CharSet set(separators_.c_str());
+        for (std::size_t at = 0; (at = findToken(set, text_, at)) != kNone; ++count_)
+            at = findSeparator(set, text_, at);
         isCounted_ = true;
     }
     return count_;

@@ -39,6 +39,12 @@ public:
     bool stop();
 
 private:
+    // Keep where both lead, making sure that they can be led; lead both into an output; lead them
+    // back to what is kept.
+    int keep();
+    static bool lead(int output);
+    bool restore();
+
     int savedOutput_ = kNoOutput;
     int savedError_ = kNoOutput;
     int savedMode_ = 0;

@@ -56,9 +56,6 @@ TEST(ZtMemory, ExhaustionThrowsAndLeavesTheOldBlock) {
     }
     EXPECT_STREQ("stays", block);
     ztfree(block);
-}
-
-TEST(ZtMemoryException, NamesTheSizeOfTheRequest) {
     EXPECT_STREQ("could not allocate enough memory", ZtMemoryException().what());
     EXPECT_EQ(0u, ZtMemoryException().getNumBytes());
     ZtMemoryException exception(SIZE_MAX);
@@ -72,15 +69,13 @@ TEST(ZtMemoryException, NamesTheSizeOfTheRequest) {
 TEST(ZtMemoryException, TravelsAsAPlainException) {
     const ZtMemoryException exception(4096);
     const std::unique_ptr<ZtException> clone(exception.clone());
-    const ZtException& plain = *clone;
-    EXPECT_EQ(typeid(ZtException), typeid(plain));
+    EXPECT_EQ(nullptr, dynamic_cast<ZtMemoryException*>(clone.get()));
     EXPECT_EQ(messageFor(4096), clone->what());
     try {
         exception.raise();
         FAIL() << "came back";
-    } catch (const ZtMemoryException&) {
-        FAIL() << "kept its type";
     } catch (const ZtException& raised) {
+        EXPECT_EQ(nullptr, dynamic_cast<const ZtMemoryException*>(&raised));
         EXPECT_EQ(messageFor(4096), raised.what());
     }
 }
@@ -118,9 +113,7 @@ TEST(ZtException, CopiesItsMessageAndNeverThrowsDoingSo) {
     static_assert(std::is_nothrow_copy_assignable_v<ZtException>);
     for (const std::size_t length : {0u, 1u, 55u, 56u, 57u, 1000u}) {
         SCOPED_TRACE(length);
-        std::string text(length, 'x');
-        text.replace(0, std::min<std::size_t>(length, 4), "100%", 0,
-                     std::min<std::size_t>(length, 4));
+        const std::string text(length, '%');
         const ZtException made(ZtString(text.c_str()));
         EXPECT_EQ(text, made.what());
         EXPECT_EQ(text, ZtException("%s", text.c_str()).what());

@@ -17,6 +17,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "diag/CrashText.h"
 #include "platform/PlatformCrash.h"
@@ -99,20 +100,15 @@ std::string resolved(const std::string&) {
 #else
 constexpr bool kHasNotes = true;
 constexpr int kSignals[] = {SIGSEGV, SIGILL, SIGFPE, SIGBUS};
-auto diedOf(int signal) {
-    return testing::KilledBySignal(signal);
-}
-// What addr2line makes of the backtrace in a note.
+using diedOf = testing::KilledBySignal;
+// What addr2line makes of the backtrace in a note, whose lines are "#number address module offset".
 std::string resolved(const std::string& note) {
     std::string text;
-    std::istringstream lines(note.substr(note.find("\nbacktrace")));
-    std::string line;
-    for (int count = 0; count < 20 && std::getline(lines, line);) {
-        std::istringstream frame(line);
-        std::string number, address, module, offset;
-        if (!(frame >> number >> address >> module >> offset) || number[0] != '#')
+    std::istringstream words(note.substr(note.find("\n  #0 ")));
+    for (std::string number, address, module, offset; words >> number && number[0] == '#';) {
+        std::getline(words >> address, module);
+        if (!(std::istringstream(module) >> module >> offset))
             continue;
-        ++count;
         const std::string command = "addr2line -f -e " + module + " " + offset;
         std::FILE* const pipe = popen(command.c_str(), "r");
         for (char buffer[512]; std::fgets(buffer, sizeof buffer, pipe);)
@@ -177,14 +173,40 @@ struct Crash {
     const char* line;      // in the log
     const char* note;      // a line of the note
     const char* function;  // in the backtrace
-    bool isOnLinuxOnly;
+    bool isOnLinuxOnly = false;
 };
 
 void PrintTo(const Crash& crash, std::ostream* out) {
     *out << crash.name;
 }
 
+constexpr const char* kSegv = "\nsignal: 11 SIGSEGV\ncode: 1 SEGV_MAPERR\nfault address: 0x";
+constexpr const char* kAccess = "Access violation";
+constexpr const char* kOverflow = "Stack overflow";
+
+const Crash kCrashes[] = {
+    {"Access", [] { crashByAccess(); }, SIGSEGV, kAccess,
+     "SEGV_MAPERR\nfault address: 0x0000000000000010\n", "crashByAccess"},
+    {"AccessInThread", [] { crashInThread(); }, SIGSEGV, kAccess, kSegv, "crashByAccess"},
+    {"CallOfNothing", [] { crashByCall(); }, SIGSEGV, kAccess, "\n  #0 0x0000000000000000\n  #1 0x",
+     "crashByCall"},
+    {"Division", [] { crashByDivision(); }, SIGFPE, "Integer divide by zero",
+     "\nsignal: 8 SIGFPE\ncode: 1 FPE_INTDIV\n", "crashByDivision"},
+    {"Instruction", [] { crashByInstruction(); }, SIGILL, "Illegal instruction",
+     "\nsignal: 4 SIGILL\n", "crashByInstruction"},
+    {"Recursion", [] { crashByRecursion(0); }, SIGSEGV, kOverflow, kSegv, "crashByRecursion", true},
+    {"RecursionInThread", [] { crashByRecursionInThread(); }, SIGSEGV, kOverflow,
+     "\nreason: ", "crashByRecursion", true},
+    {"LargeFrames", [] { crashByLargeFrames(0); }, SIGSEGV, kOverflow, kSegv, "crashByLargeFrames",
+     true},
+    {"Exception", [] { crashByException(); }, SIGABRT, "Unhandled exception, code -529697949",
+     "\nsignal: none, a C++ exception that nothing caught\n", "crashByException"},
+    {"Signal", [] { crashBySignal(); }, SIGSEGV, kAccess,
+     "\ncode: -6 sent by a thread\nsent by process: ", "crashBySignal", true}};
+
 class ZtCrashDumpTest : public testing::TestWithParam<Crash> {};
+INSTANTIATE_TEST_SUITE_P(Crashes, ZtCrashDumpTest, testing::ValuesIn(kCrashes),
+                         [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST_P(ZtCrashDumpTest, LeavesALineAndADump) {
     const Crash& row = GetParam();
@@ -201,44 +223,16 @@ TEST_P(ZtCrashDumpTest, LeavesALineAndADump) {
         EXPECT_EQ("MDMP", note.substr(0, 4));
         return;
     }
-    for (const char* part : {"crash note 1\nprogram: /", row.note, "\nregisters:\n",
+    const std::string reason = std::string("\nreason: ") + row.line + "\n";
+    for (const char* part : {"crash note 1\nprogram: /", reason.c_str(), row.note, "\nregisters:\n",
                              "\nmemory map:\n", " [stack]\n", "\nbacktrace ", "\nend of note\n"})
         EXPECT_THAT(note, HasSubstr(part));
-    EXPECT_THAT(note, HasSubstr(std::string("\nreason: ") + row.line + "\n"));
     const std::string lines = resolved(note);
     EXPECT_THAT(lines, HasSubstr(row.function)) << note;
     const bool hasKnownLine = row.function == std::string("crashByAccess");
-    const std::string line = hasKnownLine ? ":" + std::to_string(kAccessLine) : "";
-    EXPECT_THAT(lines, HasSubstr("ZtCrashDumpTest.cpp" + line));
+    EXPECT_THAT(lines, HasSubstr("ZtCrashDumpTest.cpp" +
+                                 (hasKnownLine ? ":" + std::to_string(kAccessLine) : "")));
 }
-
-constexpr const char* kSegv = "\nsignal: 11 SIGSEGV\ncode: 1 SEGV_MAPERR\nfault address: 0x";
-
-INSTANTIATE_TEST_SUITE_P(
-    Crashes, ZtCrashDumpTest,
-    testing::Values(
-        Crash{"Access", [] { crashByAccess(); }, SIGSEGV, "Access violation",
-              "SEGV_MAPERR\nfault address: 0x0000000000000010\n", "crashByAccess", false},
-        Crash{"AccessInThread", [] { crashInThread(); }, SIGSEGV, "Access violation", kSegv,
-              "crashByAccess", false},
-        Crash{"CallOfNothing", [] { crashByCall(); }, SIGSEGV, "Access violation",
-              "\n  #0 0x0000000000000000\n  #1 0x", "crashByCall", false},
-        Crash{"Division", [] { crashByDivision(); }, SIGFPE, "Integer divide by zero",
-              "\nsignal: 8 SIGFPE\ncode: 1 FPE_INTDIV\n", "crashByDivision", false},
-        Crash{"Instruction", [] { crashByInstruction(); }, SIGILL, "Illegal instruction",
-              "\nsignal: 4 SIGILL\n", "crashByInstruction", false},
-        Crash{"Recursion", [] { crashByRecursion(0); }, SIGSEGV, "Stack overflow", kSegv,
-              "crashByRecursion", true},
-        Crash{"RecursionInThread", [] { crashByRecursionInThread(); }, SIGSEGV, "Stack overflow",
-              "\nreason: Stack overflow\n", "crashByRecursion", true},
-        Crash{"LargeFrames", [] { crashByLargeFrames(0); }, SIGSEGV, "Stack overflow", kSegv,
-              "crashByLargeFrames", true},
-        Crash{"Exception", [] { crashByException(); }, SIGABRT,
-              "Unhandled exception, code -529697949",
-              "\nsignal: none, a C++ exception that nothing caught\n", "crashByException", false},
-        Crash{"Signal", [] { crashBySignal(); }, SIGSEGV, "Access violation",
-              "\ncode: -6 sent by a thread\nsent by process: ", "crashBySignal", true}),
-    [](const auto& tested) { return std::string(tested.param.name); });
 
 TEST(ZtCrashDump, SaysThatThereIsNoDump) {
     const Folder folder;
@@ -268,7 +262,6 @@ TEST(ZtCrashDump, NamesTheSignals) {
                 {SIGBUS, BUS_ADRALN, "Data type misalignment"},
                 {SIGBUS, BUS_ADRERR, "In page error"}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
         const Folder folder;
         const auto send = [&row] {
             siginfo_t info = {};
@@ -338,24 +331,21 @@ TEST(ZtCrashDump, SaysWhyItIsNotArmed) {
 }
 
 TEST(ZtCrashDump, NamesTheCodes) {
-    const struct {
-        unsigned code;
-        const char* text;
-    } rows[] = {{0xC0000005, "Access violation"},
-                {0x80000002, "Data type misalignment"},
-                {0xC0000006, "In page error"},
-                {0xC000001D, "Illegal instruction"},
-                {0xC000008E, "Float divide by zero"},
-                {0xC0000090, "Float invalid operation"},
-                {0xC0000091, "Float overflow"},
-                {0xC0000094, "Integer divide by zero"},
-                {0xC0000095, "Integer overflow"},
-                {0xC00000FD, "Stack overflow"},
-                {0xE06D7363, nullptr},
-                {0, nullptr},
-                {11, nullptr}};
-    for (const auto& row : rows)
-        EXPECT_STREQ(row.text, crashText(static_cast<int>(row.code))) << std::hex << row.code;
+    const std::pair<unsigned, const char*> rows[] = {{0xC0000005, "Access violation"},
+                                                     {0x80000002, "Data type misalignment"},
+                                                     {0xC0000006, "In page error"},
+                                                     {0xC000001D, "Illegal instruction"},
+                                                     {0xC000008E, "Float divide by zero"},
+                                                     {0xC0000090, "Float invalid operation"},
+                                                     {0xC0000091, "Float overflow"},
+                                                     {0xC0000094, "Integer divide by zero"},
+                                                     {0xC0000095, "Integer overflow"},
+                                                     {0xC00000FD, "Stack overflow"},
+                                                     {0xE06D7363, nullptr},
+                                                     {0, nullptr},
+                                                     {11, nullptr}};
+    for (const auto& [code, text] : rows)
+        EXPECT_STREQ(text, crashText(static_cast<int>(code))) << std::hex << code;
 }
 
 TEST(ZtCrashDump, KeepsTheReportCommand) {

@@ -35,6 +35,7 @@
 #include <ztlib/ZtRotation.h>
 #include <ztlib/ZtScanConvert.h>
 #include <ztlib/ZtSphere.h>
+#include <ztlib/ZtStdStringTokenizer.h>
 #include <ztlib/ZtStringTokenizerGeneral.h>
 #include <ztlib/ZtTmpDir.h>
 #include <ztlib/ZtTypeInfo.h>
@@ -91,6 +92,7 @@ TEST(Layout, SizesAreThoseThatPlugInsWereCompiledFor) {
     expectSize<ZtInterfaceOwner>(48, 72);
     expectSize<ZtStringTokenizerGeneral>(52, 72);
     expectSize<ZtMat4f>(64, 64);
+    expectSize<ZtStdStringTokenizer>(64, 88);
     expectSize<ZtBytePattern>(68, 68);
     expectSize<ZtCreateUIDs>(72, 96);
     expectSize<ZtHttpd>(80, 112);

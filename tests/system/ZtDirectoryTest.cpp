@@ -1,7 +1,9 @@
-// Directory queries and listings: stories, patterns against a model, and what may go wrong.
+// Paths, directory queries and listings: stories, patterns against a model, and what may go wrong.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <ztlib/ZtDirectory.h>
+#include <ztlib/ZtFilename.h>
+#include <ztlib/ZtTmpDir.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -231,16 +233,22 @@ TEST(ZtDirectory, NamesMayBeLongAndNoText) {
     EXPECT_EQ(names, textsOf(list));
 }
 
-TEST(ZtDirectory, ReadsTenThousandEntries) {
+TEST(ZtDirectory, ReadsAndRemovesTenThousandEntries) {
     const ScratchFolder folder;
+    folder.addFolder("many");
     for (int i = 0; i < kManyFiles; ++i)
-        folder.addFile(std::to_string(i) + ".log");
+        folder.addFile("many/" + std::to_string(i) + ".log");
+    const std::string path = folder.of("many/");
     Names list;
     Ticks times;
-    EXPECT_EQ(kManyFiles, ZtDirectory::scan2(folder.of("").c_str(), list, &times, "*.log"));
+    EXPECT_EQ(kManyFiles, ZtDirectory::scan2(path.c_str(), list, &times, "*.log"));
     EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
-    EXPECT_EQ(kManyFiles / 10, ZtDirectory::scan(folder.of("").c_str(), list = Names(), "*7.log"));
+    EXPECT_EQ(kManyFiles / 10, ZtDirectory::scan(path.c_str(), list = Names(), "*7.log"));
     EXPECT_TRUE(std::is_sorted(list.begin(), list.end()));
+    ZtTmpDir directory;
+    directory = path.c_str();
+    EXPECT_EQ(0, directory.remove());
+    EXPECT_FALSE(fs::exists(path));
 }
 
 TEST(ZtDirectory, FailuresOfTheSystemLoseNothing) {
@@ -306,6 +314,36 @@ TEST(ZtDirectory, ListingsSurviveFailedAllocations) {
                 return list;
             },
             listing, [](const Names& list) { EXPECT_THAT(textsOf(list), ElementsAre("z")); });
+}
+
+TEST(ZtFilename, HasADirectoryAndABaseName) {
+    const char* const rows[][3] = {
+        {"/a/b", "/a", "b"},     {"a/b", "a", "b"},       {"/b", "/", "b"},
+        {"b.log", ".", "b.log"}, {"", ".", ""},           {"/", "/", ""},
+        {"/tmp/", "/tmp", ""},   {"a//b", "a", "b"},      {"//b", "/", "b"},
+        {"C:/b", "C:/", "b"},    {"C:/a/b", "C:/a", "b"}, {"..", ".", ".."},
+        {"a\\b", ".", "a\\b"}};
+    for (const auto& [path, dirname, basename] : rows) {
+        EXPECT_STREQ(dirname, ZtFilename(path).dirname().getString()) << path;
+        EXPECT_STREQ(basename, ZtFilename(path).basename().getString()) << path;
+    }
+    EXPECT_STREQ("/a", ZtFilename("\\a\\b").fixSlashes().dirname().getString());
+    EXPECT_STREQ(".", ZtFilename(nullptr).dirname().getString());
+}
+
+TEST(ZtFilename, ExistsIfSomethingAnswers) {
+    const ScratchFolder folder;
+    const std::string file = folder.addFile("f");
+    EXPECT_NE(0, ZtFilename::doesExist(file.c_str()));
+    EXPECT_NE(0, ZtFilename::doesExist(folder.of("").c_str()));
+    EXPECT_EQ(0, ZtFilename::doesExist((file + "2").c_str()));
+    EXPECT_EQ(0, ZtFilename::doesExist(""));
+    EXPECT_EQ(0, ZtFilename::doesExist(nullptr));
+    if (kNamesAreBytes) {
+        EXPECT_EQ(0, ZtFilename::doesExist((file + "/").c_str()));
+        std::filesystem::create_symlink("nowhere", folder.path() / "dangling");
+        EXPECT_EQ(0, ZtFilename::doesExist(folder.of("dangling").c_str()));
+    }
 }
 
 }  // namespace

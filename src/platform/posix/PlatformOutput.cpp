@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 
 #include "platform/posix/SystemCall.h"
 
@@ -67,32 +66,21 @@ int closeOutput(int output) {
     return close(output) == 0 || errno == EINTR ? 0 : errno;
 }
 
-int ConsoleCapture::start(int output) {
-    if (!isStarted_) {
-        std::fflush(stdout);
-        savedOutput_ = duplicate(STDOUT_FILENO);
-        savedError_ = duplicate(STDERR_FILENO);
-    }
-    isStarted_ = true;
-    if (dup2(output, STDOUT_FILENO) >= 0 && dup2(output, STDERR_FILENO) >= 0) {
-        std::fflush(stderr);
-        return 0;
-    }
-    const int error = errno;
-    stop();
-    return error;
+int ConsoleCapture::keep() {
+    savedOutput_ = duplicate(STDOUT_FILENO);
+    savedError_ = duplicate(STDERR_FILENO);
+    return 0;
 }
 
-bool ConsoleCapture::stop() {
-    if (!isStarted_)
-        return true;
-    std::fflush(stdout);
-    std::fflush(stderr);
+bool ConsoleCapture::lead(int output) {
+    return dup2(output, STDOUT_FILENO) >= 0 && dup2(output, STDERR_FILENO) >= 0;
+}
+
+bool ConsoleCapture::restore() {
     const bool isOutputBack = redirect(STDOUT_FILENO, savedOutput_);
     const bool isErrorBack = redirect(STDERR_FILENO, savedError_);
     closeIfOpen(savedOutput_);
     closeIfOpen(savedError_);
-    isStarted_ = false;
     return isOutputBack && isErrorBack;
 }
 

@@ -61,31 +61,21 @@ int closeOutput(int output) {
     return _close(output) == 0 ? 0 : errno;
 }
 
-int ConsoleCapture::start(int output) {
+int ConsoleCapture::keep() {
     if (!giveDescriptor(stdout) || !giveDescriptor(stderr))
         return errno;
-    if (!isStarted_) {
-        std::fflush(stdout);
-        savedOutput_ = _dup(_fileno(stdout));
-        savedError_ = _dup(_fileno(stderr));
-        savedMode_ = _setmode(_fileno(stdout), _O_BINARY);
-        _setmode(_fileno(stderr), _O_BINARY);
-    }
-    isStarted_ = true;
-    if (_dup2(output, _fileno(stdout)) == 0 && _dup2(output, _fileno(stderr)) == 0) {
-        std::fflush(stderr);
-        return 0;
-    }
-    const int error = errno;
-    stop();
-    return error;
+    savedOutput_ = _dup(_fileno(stdout));
+    savedError_ = _dup(_fileno(stderr));
+    savedMode_ = _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+    return 0;
 }
 
-bool ConsoleCapture::stop() {
-    if (!isStarted_)
-        return true;
-    std::fflush(stdout);
-    std::fflush(stderr);
+bool ConsoleCapture::lead(int output) {
+    return _dup2(output, _fileno(stdout)) == 0 && _dup2(output, _fileno(stderr)) == 0;
+}
+
+bool ConsoleCapture::restore() {
     const int console = _open("CON:", _O_WRONLY);
     // Without a console, at least back to where they led, or nowhere.
     const int nowhere = _open("NUL", _O_WRONLY);
@@ -100,7 +90,6 @@ bool ConsoleCapture::stop() {
         if (descriptor >= 0)
             _close(descriptor);
     savedOutput_ = savedError_ = kNoOutput;
-    isStarted_ = false;
     return isBack;
 }
 
