@@ -14,12 +14,17 @@
 class ScratchFolder {
 public:
     ScratchFolder() {
-        const std::string test = testing::UnitTest::GetInstance()->current_test_info()->name();
         std::random_device random;
         do
             path_ = std::filesystem::temp_directory_path() /
-                    ("ztlib-" + test + "-" + std::to_string(random()));
+                    ("ztlib-" + nameOfTest() + "-" + std::to_string(random()));
         while (!std::filesystem::create_directory(path_));
+    }
+    /// An empty one of a fixed name, which another process of the same test finds as well.
+    explicit ScratchFolder(const std::filesystem::path& parent)
+        : path_(parent / ("ztlib-" + nameOfTest())) {
+        std::filesystem::remove_all(path_);
+        std::filesystem::create_directories(path_);
     }
     ~ScratchFolder() {
         std::error_code ignored;
@@ -61,6 +66,11 @@ public:
     }
 
 private:
+    static std::string nameOfTest() {
+        std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
+        std::replace(name.begin(), name.end(), '/', '-');
+        return name;
+    }
     std::filesystem::path at(const std::string& name) const {
         return path_ / std::u8string(name.begin(), name.end());
     }

@@ -234,7 +234,7 @@ TEST(Bitfield, FromLabelsComparesEveryLabelButSkipsFourZeros) {
                                                                          : random.below(256));
             Model expected(n);
             for (unsigned i = 0; i < n; ++i) {
-                const auto group = labels.begin() + i / 4 * 4;
+                const unsigned char* const group = labels.data() + i / 4 * 4;
                 const bool skipped = i / 4 * 4 + 4 <= n && std::count(group, group + 4, '\0') == 4;
                 expected[i] = !skipped && labels[i] == value;
             }

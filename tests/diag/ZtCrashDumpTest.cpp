@@ -5,13 +5,11 @@
 #include <ztlib/ZtLogFile.h>
 #include <ztlib/ZtTmpDir.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <sstream>
 #include <stdexcept>
@@ -19,6 +17,7 @@
 #include <thread>
 #include <utility>
 
+#include "ScratchFolder.h"
 #include "diag/CrashText.h"
 #include "platform/PlatformCrash.h"
 
@@ -120,37 +119,17 @@ std::string resolved(const std::string& note) {
 #endif
 
 // A test on Windows runs its crash in a second process, which finds the folder by its name.
-class Folder {
-public:
-    Folder() {
-        fs::remove_all(path_);
-        fs::create_directories(path_);
-    }
-    ~Folder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
+struct Folder : ScratchFolder {
+    Folder() : ScratchFolder(fs::current_path()) {}
 
-    std::string of(const std::string& name) const { return (path_ / name).generic_string(); }
-    std::string read(const std::string& ending) const {
+    // The content of the files whose names end so.
+    std::string readAll(const std::string& ending) const {
         std::string text;
-        for (const auto& entry : fs::directory_iterator(path_))
-            if (entry.path().extension() == ending) {
-                std::ifstream in(entry.path(), std::ios::binary);
-                text.append(std::istreambuf_iterator<char>(in), {});
-            }
+        for (const std::string& name : names())
+            if (name.ends_with(ending))
+                text += read(name);
         return text;
     }
-
-private:
-    static std::string nameOfTest() {
-        std::string name = testing::UnitTest::GetInstance()->current_test_info()->name();
-        std::replace(name.begin(), name.end(), '/', '-');
-        return "crash-" + name;
-    }
-    const fs::path path_ = fs::current_path() / nameOfTest();
 };
 
 void crash(const Folder& folder, const std::string& dump, const std::function<void()>& action) {
@@ -215,10 +194,10 @@ TEST_P(ZtCrashDumpTest, LeavesALineAndADump) {
     const Folder folder;
     const std::string dump = folder.of("the.dmp");
     EXPECT_EXIT(crash(folder, dump, row.action), diedOf(row.signal), "");
-    EXPECT_THAT(folder.read(".log"),
+    EXPECT_THAT(folder.readAll(".log"),
                 HasSubstr("  [app] waits in the buffer\nC [] " + std::string(row.line) +
                           "\nC [] Created crash dump file " + dump + "\n"));
-    const std::string note = folder.read(".dmp");
+    const std::string note = folder.readAll(".dmp");
     if (!kHasNotes) {
         EXPECT_EQ("MDMP", note.substr(0, 4));
         return;
@@ -239,11 +218,11 @@ TEST(ZtCrashDump, SaysThatThereIsNoDump) {
     const std::string head = "\nC [] Access violation\nC [] Could not ";
     EXPECT_EXIT(crash(folder, folder.of("no/such.dmp"), [] { crashByAccess(); }), diedOf(SIGSEGV),
                 "");
-    EXPECT_THAT(folder.read(".log"), HasSubstr(head + "open crash dump file for writing\n"));
+    EXPECT_THAT(folder.readAll(".log"), HasSubstr(head + "open crash dump file for writing\n"));
     if (!kHasNotes)
         GTEST_SKIP() << "there is no full device";
     EXPECT_EXIT(crash(folder, "/dev/full", [] { crashByAccess(); }), diedOf(SIGSEGV), "");
-    EXPECT_THAT(folder.read(".log"),
+    EXPECT_THAT(folder.readAll(".log"),
                 HasSubstr(head + "write crash dump file, error code " + std::to_string(ENOSPC)));
 }
 
@@ -271,7 +250,7 @@ TEST(ZtCrashDump, NamesTheSignals) {
             std::raise(row.signal);  // no instruction fails again
         };
         EXPECT_EXIT(crash(folder, folder.of("the.dmp"), send), diedOf(row.signal), "");
-        EXPECT_THAT(folder.read(".log"),
+        EXPECT_THAT(folder.readAll(".log"),
                     HasSubstr(std::string("\nC [] ") + row.text + "\nC [] Created crash dump"));
     }
 }
@@ -286,9 +265,9 @@ TEST(ZtCrashDump, ACrashOfTheHandlerEndsTheProcess) {
         crashByInstruction();
     };
     EXPECT_EXIT(crash(folder, folder.of("the.dmp"), crashTwice), diedOf(SIGILL), "");
-    EXPECT_THAT(folder.read(".dmp"), HasSubstr("\nreason: Illegal instruction\n"));
-    EXPECT_THAT(folder.read(".dmp"), testing::EndsWith("\nend of note\n"));
-    EXPECT_THAT(folder.read(".log"), testing::Not(HasSubstr("Illegal")));
+    EXPECT_THAT(folder.readAll(".dmp"), HasSubstr("\nreason: Illegal instruction\n"));
+    EXPECT_THAT(folder.readAll(".dmp"), testing::EndsWith("\nend of note\n"));
+    EXPECT_THAT(folder.readAll(".log"), testing::Not(HasSubstr("Illegal")));
 }
 #endif
 
@@ -302,7 +281,7 @@ TEST(ZtCrashDump, IsArmedOnce) {
     };
     EXPECT_EXIT(crash(folder, "ztlib-armed-once.dmp", armAgain), diedOf(SIGSEGV), "");
     const std::string path = std::string(ZtTmpDir::getSystemTmpPath()) + "/ztlib-armed-once.dmp";
-    const std::string log = folder.read(".log");
+    const std::string log = folder.readAll(".log");
     EXPECT_THAT(log,
                 HasSubstr("  [app] Exception handler for crash mini dump set, previous filter: "));
     EXPECT_THAT(log, HasSubstr("  [app] again: 0\n"));
