@@ -215,7 +215,7 @@ private:
 
 template <class T>
 class ZtDArrayOf : public testing::Test {};
-using ElementTypes = testing::Types<char, double, ZtString>;
+using ElementTypes = testing::Types<char, int, double, ZtString>;
 TYPED_TEST_SUITE(ZtDArrayOf, ElementTypes);
 
 TYPED_TEST(ZtDArrayOf, AgreesWithItsModel) {

@@ -229,8 +229,8 @@ TEST_F(ZtLogFileTest, DatedDirectoriesKeepAllFiles) {
     log_.setMaxNumLogFiles(1);
     ASSERT_TRUE(log_.open(folder_.of("new").c_str(), true));
     const std::string path = file();
-    EXPECT_THAT(path.substr(folder_.of("new").size()),
-                MatchesRegex("/(....)/(..)/(..)/(........)-......-.*"));
+    EXPECT_THAT(withoutDigits(path.substr(folder_.of("new").size())),
+                testing::StartsWith("/####/##/##/########-######-"));
     std::string date = path.substr(folder_.of("new/").size(), std::strlen("yyyy/mm/dd/yyyymmdd"));
     std::erase(date, '/');
     EXPECT_EQ(date.substr(0, 8), date.substr(8));

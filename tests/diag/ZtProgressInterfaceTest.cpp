@@ -80,6 +80,12 @@ TEST(Progress, WithoutStagesItPassesValuesOnAndKeepsTheFlags) {
     EXPECT_FALSE(display.canCancel());
     EXPECT_EQ(0, display.wasSuspended());
     EXPECT_EQ(0, display.getProgressValue());
+
+    struct : ZtProgressInterface {
+    } silent;  // shows nothing
+    silent.startWorking("go");
+    silent.stopWorking();
+    EXPECT_FALSE(silent.isBusy());
 }
 
 TEST(Progress, WeightsCutTheRangeAndUselessOnesAreReplaced) {

@@ -20,6 +20,10 @@ struct Counted : ZtHandable {
     ~Counted() override { events += "handled "; }
 };
 
+struct Plain : ZtTypedObject {
+    ~Plain() override { events += "plain "; }
+};
+
 struct Owner : ZtInterfaceOwner {
     ~Owner() override {
         if (!hasLeft)
@@ -107,9 +111,11 @@ TEST(ZtInterfaceOwner, DeletesWhatItManagesLastFirst) {
     new A(&owner, Owner::MANAGE_MEMORY);
     owner.registerInterfaceManageMemory(new B(&owner, Owner::MANAGE_MEMORY));
     owner.manageMemory(nullptr);
+    owner.registerInterfaceManageMemory(new Plain);
+    owner.manageMemory(owner.getInterface(ZtTypedObject::getClassTypeId()));
     owner.notifyDelete();
     owner.hasLeft = true;
-    EXPECT_EQ("B A handled ", events);
+    EXPECT_EQ("plain B A handled ", events);
     EXPECT_EQ(1, alive);
     EXPECT_EQ(nullptr, unmanaged.getInterface(A::getClassTypeId()));
     unmanaged.handleObject(nullptr);
@@ -193,12 +199,12 @@ TEST(ZtInterface, OwnersAndInterfacesGoInAnyOrder) {
 }
 
 TEST(ZtInterface, FailedAllocationsLoseNothing) {
-    struct Plain : ZtInterface {  // without queries in its destructor
-        explicit Plain(ZtInterfaceOwner* owner = nullptr) : ZtInterface(owner) {}
+    struct Quiet : ZtInterface {  // without queries in its destructor
+        explicit Quiet(ZtInterfaceOwner* owner = nullptr) : ZtInterface(owner) {}
     };
     failEveryAllocation([] { return std::make_unique<Owner>(); },
                         [](std::unique_ptr<Owner>& owner) {
-                            Plain interface(owner.get()), alone;
+                            Quiet interface(owner.get()), alone;
                             alone.handleObject(nullptr);
                             owner->registerInterfaceManageMemory(nullptr);
                         },
