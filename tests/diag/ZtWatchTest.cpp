@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -89,6 +88,16 @@ std::string printed(Operation operation) {
     return testing::internal::GetCapturedStdout();
 }
 
+// The text with "#" for each number before " ms".
+std::string withoutTimes(std::string text) {
+    for (std::size_t at = 0; (at = text.find(" ms", at)) != std::string::npos; at += 3) {
+        const std::size_t first = text.find_last_not_of("0123456789", at - 1) + 1;
+        text.replace(first, at - first, "#");
+        at = first + 1;
+    }
+    return text;
+}
+
 TEST(ZtWatch, ANamedOneTellsItsTime) {
     const std::string text = printed([] {
         ZtWatch watch("load %d");
@@ -103,7 +112,7 @@ TEST(ZtWatch, ANamedOneTellsItsTime) {
         " --- load %d [-1]: # msec  (+ # ms)\n"
         " --- load %d [123]: # msec\n"
         " --- load %d: # msec  (+ # ms)\n",
-        std::regex_replace(text, std::regex("[0-9]+ ms"), "# ms"));
+        withoutTimes(text));
     EXPECT_EQ(
         " --- b: 0 msec\n --- b: 0 msec  (+ 0 ms)\n --- a: 0 msec\n --- a: 0 msec\n --- a: 0 "
         "msec\n",
