@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <random>
 #include <string>
@@ -210,20 +211,15 @@ TEST(DMatrixStorage, IsAsItWasAfterAFailedAllocation) {
         ASSERT_EQ(2, m.nCols());
         EXPECT_TRUE(haveSameBits(make().dataPtr(), m.dataPtr(), 4));
     };
-    failEveryAllocation(
-        make, [](auto& m) { m.resize(50, 50); }, expectSame);
-    failEveryAllocation(
-        make, [](auto& m) { m *= m; }, expectSame);
-    failEveryAllocation(
-        make, [](auto& m) { m.transpose(); }, expectSame);
-    failEveryAllocation(
-        make,
+    const std::function<void(ZtDMatrix<float>&)> operations[] = {
+        [](auto& m) { m.resize(50, 50); }, [](auto& m) { m *= m; }, [](auto& m) { m.transpose(); },
         [](auto& m) {
             ZtDMatrix<float> u, v;
             float w[2];
             m.svd(u, w, v);
-        },
-        expectSame);
+        }};
+    for (const auto& operate : operations)
+        failEveryAllocation(make, operate, expectSame);
 }
 
 template <class T>
@@ -240,10 +236,6 @@ void expectProductsAgree(std::mt19937& random) {
         ASSERT_TRUE(haveSameBits(expected.dataPtr(), product.dataPtr(), a.nRows() * b.nCols()))
             << a.nRows() << "x" << a.nCols() << " by " << b.nCols();
     }
-    ZtDMatrix<T> square = randomMatrix<T>(random, 21, 21);
-    const ZtDMatrix<T> expected = plainProduct(square, square);
-    square *= square;
-    EXPECT_TRUE(haveSameBits(expected.dataPtr(), square.dataPtr(), 21 * 21));
 }
 
 TEST(DMatrixProduct, SumsInOrderInEveryForm) {
@@ -255,16 +247,17 @@ TEST(DMatrixProduct, SumsInOrderInEveryForm) {
     expectProductsAgree<int>(random);
 }
 
-TEST(DMatrixProduct, RefusesWhatDoesNotFit) {
+TEST(DMatrixProduct, OfItselfAndOfWhatDoesNotFit) {
     std::mt19937 random(3);
-    ZtDMatrix<float> a = randomMatrix<float>(random, 2, 3);
-    const ZtDMatrix<float> before = a;
+    ZtDMatrix<float> square = randomMatrix<float>(random, 21, 21);
+    const ZtDMatrix<float> expected = plainProduct(square, square);
+    square *= square;
     CaptureStderr();
-    EXPECT_EQ(&a, &(a *= ZtDMatrix<float>(4, 5)));
-    EXPECT_EQ("ZtDMatrix:operator*: Can not multiply 2x3 matrix by 4x5 matrix.\n",
+    EXPECT_EQ(&square, &(square *= ZtDMatrix<float>(4, 5)));
+    EXPECT_EQ("ZtDMatrix:operator*: Can not multiply 21x21 matrix by 4x5 matrix.\n",
               GetCapturedStderr());
-    EXPECT_EQ(3, a.nCols());
-    EXPECT_TRUE(haveSameBits(before.dataPtr(), a.dataPtr(), 6));
+    EXPECT_EQ(21, square.nCols());
+    EXPECT_TRUE(haveSameBits(expected.dataPtr(), square.dataPtr(), 21 * 21));
 }
 
 template <class T>
@@ -315,41 +308,24 @@ TEST(DMatrixSolve, DoesWhatThePlainLoopsDoInEveryForm) {
     });
 }
 
-struct SolveRow {
-    const char* name;
-    std::vector<float> elements;  // of a square matrix, row by row
-    std::vector<float> b;
-    int result;
-    std::vector<float> x;
-    const char* errors;
-    const char* output;
-};
-
 TEST(DMatrixSolve, KeepsToItsTexts) {
-    const float big = 1e30f;
-    const SolveRow rows[] = {
-        {"nothing", {}, {}, 0, {}, "", ""},
-        {"rhs of zeros", {2, 1, 1, 3}, {0, 0}, 0, {0, 0}, "", ""},
-        {"exact", {0, 2, 4, 0}, {6, 8}, 0, {2, 3}, "", ""},
-        {"huge rhs", {2, 0, 0, 4}, {big, big}, 0, {big / 2, big / 4}, "", ""},
-        {"tiny rhs", {2, 0, 0, 4}, {1e-30f, 1e-30f}, 0, {0.5e-30f, 0.25e-30f}, "", ""},
-        {"singular at once",
-         {0},
-         {7},
-         1,
-         {7},
-         "ZtDMatrix::solveLRdecomp: Singular Matrix-2\ni, n: 0 1\n",
-         ""},
-        {"singular at last",
-         {1, 2, 2, 4},
-         {5, 6},
-         1,
-         {5, 6},
-         "ZtDMatrix::solveLRdecomp: Singular Matrix-2\ni, n: 1 2\n",
-         ""},
-        {"NaN in rhs", {1, 0, 0, 1}, {1, kNaN}, 0, {0, 0}, "", ""},
+    const std::string singular = "ZtDMatrix::solveLRdecomp: Singular Matrix-2\ni, n: ";
+    const struct {
+        const char* name;
+        std::vector<float> elements;  // of a square matrix, row by row
+        std::vector<float> b, x;
+        std::string errors = "";
+    } rows[] = {
+        {"nothing", {}, {}, {}},
+        {"rhs of zeros", {2, 1, 1, 3}, {0, 0}, {0, 0}},
+        {"exact", {0, 2, 4, 0}, {6, 8}, {2, 3}},
+        {"huge rhs", {2, 0, 0, 4}, {1e30f, 1e30f}, {0.5e30f, 0.25e30f}},
+        {"tiny rhs", {2, 0, 0, 4}, {1e-30f, 1e-30f}, {0.5e-30f, 0.25e-30f}},
+        {"singular at once", {0}, {7}, {7}, singular + "0 1\n"},
+        {"singular at last", {1, 2, 2, 4}, {5, 6}, {5, 6}, singular + "1 2\n"},
+        {"NaN in rhs", {1, 0, 0, 1}, {1, kNaN}, {0, 0}},
     };
-    for (const SolveRow& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const int n = static_cast<int>(row.b.size());
         ZtDMatrix<float> a(n, n);
@@ -358,9 +334,9 @@ TEST(DMatrixSolve, KeepsToItsTexts) {
         float* rhs[] = {x.data()};
         CaptureStderr();
         CaptureStdout();
-        EXPECT_EQ(row.result, a.solveLRdecomp(rhs, 1));
+        EXPECT_EQ(row.errors.empty() ? 0 : 1, a.solveLRdecomp(rhs, 1));
         EXPECT_EQ(row.errors, GetCapturedStderr());
-        EXPECT_EQ(row.output, GetCapturedStdout());
+        EXPECT_EQ("", GetCapturedStdout());
         EXPECT_EQ(row.x, x);
     }
     CaptureStderr();
@@ -368,32 +344,23 @@ TEST(DMatrixSolve, KeepsToItsTexts) {
     EXPECT_EQ("ZtDMatrix::solveLRdecomp: must be a square matrix.\n", GetCapturedStderr());
 }
 
+// Hilbert's matrix in single precision: the solution is not reached.
 TEST(DMatrixSolve, WarnsOfAResidualThatStays) {
-    // Hilbert's matrix in single precision: the solution is not reached.
     constexpr int kSize = 12;
     ZtDMatrix<float> a(kSize, kSize);
     for (int i = 0; i < kSize; ++i)
         for (int j = 0; j < kSize; ++j)
             a(i, j) = 1.f / static_cast<float>(i + j + 1) * (i == 0 ? 1e6f : 1);
-    std::vector<float> b(kSize, 0);
-    b[kSize - 1] = 1;
-    std::vector<float> x = b;
+    std::vector<float> x(kSize);
+    x[kSize - 1] = 1;
     float* rhs[] = {x.data()};
     CaptureStdout();
     EXPECT_EQ(0, a.solveLRdecomp(rhs, 1));
-    double squares = 0;
-    for (int i = 0; i < kSize; ++i) {
-        double left = b[static_cast<std::size_t>(i)];
-        for (int j = 0; j < kSize; ++j)
-            left -=
-                static_cast<double>(a(i, j)) * static_cast<double>(x[static_cast<std::size_t>(j)]);
-        squares += left * left;
-    }
     const std::string output = GetCapturedStdout();
     double ratio = 0;
     ASSERT_EQ(1,
               std::sscanf(output.c_str(), "Warning: norm(residuum) / norm(rhs) = %lg \n", &ratio))
-        << "'" << output << "', residual " << std::sqrt(squares);
+        << output;
     EXPECT_GT(ratio, 1e-4);
     EXPECT_EQ(" \n", output.substr(output.size() - 2));
 }
@@ -438,44 +405,24 @@ TEST(DMatrixSolve, TellsItsProgressAndStopsWhenAsked) {
     Progress progress;
     EXPECT_EQ(0, a.solveLRdecomp(rhs, 1, &progress));
     EXPECT_EQ((std::vector<float>{1.f / 50, 21.f / 50, 41.f / 50}), progress.values);
-    EXPECT_NE(1, x[0]);
-    x.assign(50, 1);
-    progress.values.clear();
-    progress.stopAt = 2;
+    const std::vector<float> before = x;
+    progress.stopAt = 5;
     AllocationWatch watch;
     CaptureStderr();
     EXPECT_EQ(1, a.solveLRdecomp(rhs, 1, &progress));
     EXPECT_EQ("", GetCapturedStderr());
-    EXPECT_EQ(2u, progress.values.size());
-    EXPECT_EQ(std::vector<float>(50, 1), x);
+    EXPECT_EQ(5u, progress.values.size());
+    EXPECT_EQ(before, x);
     EXPECT_EQ(0, watch.liveBlocks());
-}
-
-/// The largest element of |M^T M - 1|, M being m x n, for its first `count` columns.
-template <class T>
-double deviationFromOrthonormal(const ZtDMatrix<T>& m) {
-    double largest = 0;
-    for (int i = 0; i < m.nCols(); ++i)
-        for (int j = 0; j < m.nCols(); ++j) {
-            double sum = i == j ? -1 : 0;
-            for (int k = 0; k < m.nRows(); ++k)
-                sum += static_cast<double>(m(k, i)) * static_cast<double>(m(k, j));
-            largest = std::max(largest, std::fabs(sum));
-        }
-    return largest;
 }
 
 template <class T>
 void expectDecomposition(const ZtDMatrix<T>& a) {
-    const int m = a.nRows();
-    const int n = a.nCols();
+    const int m = a.nRows(), n = a.nCols();
     ZtDMatrix<T> u, v;
     std::vector<T> w(static_cast<std::size_t>(n), -1);
     ASSERT_EQ(1, a.svd(u, w.data(), v));
-    ASSERT_EQ(m, u.nRows());
-    ASSERT_EQ(n, u.nCols());
-    ASSERT_EQ(n, v.nRows());
-    ASSERT_EQ(n, v.nCols());
+    ASSERT_TRUE(u.nRows() == m && u.nCols() == n && v.nRows() == n && v.nCols() == n);
     double largest = 0;
     for (const T value : w) {
         ASSERT_GE(value, 0);
@@ -483,20 +430,29 @@ void expectDecomposition(const ZtDMatrix<T>& a) {
     }
     const double epsilon =
         static_cast<double>(std::numeric_limits<T>::epsilon()) * (8 + 2 * std::max(m, n));
-    EXPECT_LT(deviationFromOrthonormal(v), epsilon);
-    EXPECT_LT(m >= n ? deviationFromOrthonormal(u)
-                     : deviationFromOrthonormal(ZtDMatrix<T>(u).transpose()),
-              epsilon);
+    // A row times a row, the products multiplied by `scales`.
+    const auto dot = [](const ZtDMatrix<T>& left, int i, const ZtDMatrix<T>& right, int j,
+                        const T* scales) {
+        double sum = 0;
+        for (int k = 0; k < left.nCols(); ++k)
+            sum += static_cast<double>(left(i, k)) * static_cast<double>(right(j, k)) *
+                   (scales ? static_cast<double>(scales[k]) : 1);
+        return sum;
+    };
+    ZtDMatrix<T> thin(u);  // the rows of U, or its columns, whichever are fewer
+    if (m >= n)
+        thin.transpose();
+    for (int i = 0; i < std::min(m, n); ++i)
+        for (int j = 0; j < std::min(m, n); ++j)
+            ASSERT_NEAR(i == j, dot(thin, i, thin, j, nullptr), epsilon) << i << ", " << j;
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j)
+            ASSERT_NEAR(i == j, dot(v, i, v, j, nullptr), epsilon) << i << ", " << j;
+    const double tolerance = epsilon * largest + std::numeric_limits<T>::denorm_min() * 4;
     for (int i = 0; i < m; ++i)
-        for (int j = 0; j < n; ++j) {
-            double sum = 0;
-            for (int k = 0; k < n; ++k)
-                sum += static_cast<double>(u(i, k)) *
-                       static_cast<double>(w[static_cast<std::size_t>(k)]) *
-                       static_cast<double>(v(j, k));
-            const double tolerance = epsilon * largest + std::numeric_limits<T>::denorm_min() * 4;
-            ASSERT_NEAR(static_cast<double>(a(i, j)), sum, tolerance) << i << ", " << j;
-        }
+        for (int j = 0; j < n; ++j)
+            ASSERT_NEAR(static_cast<double>(a(i, j)), dot(u, i, v, j, w.data()), tolerance)
+                << i << ", " << j;
 }
 
 template <class T>
@@ -546,7 +502,7 @@ TEST(DMatrixSvd, MayReplaceTheMatrixItself) {
 
 TEST(DMatrixSvd, GivesUpAfterTheIterationsThatItIsGiven) {
     const struct {
-        std::vector<float> elements;
+        float elements[4];
         int maxIterations;
         int result;
     } rows[] = {
@@ -560,7 +516,7 @@ TEST(DMatrixSvd, GivesUpAfterTheIterationsThatItIsGiven) {
     };
     for (const auto& row : rows) {
         ZtDMatrix<float> a(2, 2), u, v;
-        std::copy_n(row.elements.data(), 4, a.dataPtr());
+        std::copy_n(row.elements, 4, a.dataPtr());
         float w[2];
         CaptureStdout();
         EXPECT_EQ(row.result, a.svd(u, w, v, row.maxIterations));
