@@ -1,7 +1,7 @@
 // Every form of labelling against a flood fill, on thousands of small fields.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <random>
@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "FloodFill.h"
 #include "imageproc/Components.h"
 
 using components::ComponentList;
@@ -23,76 +24,39 @@ struct Expected {
         std::uint32_t numVoxels = 0, mark = 0;
         std::uint64_t sumX = 0, sumY = 0, sumZ = 0;
     };
-    std::vector<std::uint32_t> labels;
+    std::vector<int> labels;
     std::vector<Component> components{1};
 };
 
-bool areNeighbours(int connectivity, int dx, int dy, int dz) {
-    const int steps = std::abs(dx) + std::abs(dy) + std::abs(dz);
-    switch (connectivity) {
-        case 4:
-            return dz == 0 && steps == 1;
-        case 8:
-            return dz == 0;
-        case 6:
-            return steps == 1;
-        case 10:
-            return dz == 0 || steps == 1;
-        case 18:
-            return steps <= 2;
-        case 26:
-            return true;
-        default:
-            return false;
-    }
-}
-
-/// Floods the first `end` voxels, from one after another.
+/// Floods the first `end` voxels.
 template <class T>
 Expected flood(const Request& request, const std::vector<T>& field, std::size_t end) {
-    const auto isIn = [&](T value) {
-        return request.labelMode || value >= static_cast<T>(request.lower);
+    const std::array<int, 3> dims = {request.nx, request.ny, request.nz};
+    const auto isIn = [&](std::size_t i) {
+        return request.labelMode || field[i] >= static_cast<T>(request.lower);
+    };
+    const auto belongs = [&](std::size_t a, std::size_t b) {
+        return !request.labelMode || field[a] == field[b];
     };
     Expected expected;
-    expected.labels.assign(field.size(), 0);
-    std::vector<std::size_t> open;
-    for (std::size_t first = 0; first < end; ++first) {
-        if (expected.labels[first] || !isIn(field[first]))
+    expected.labels = floodFill(dims, request.connectivity, isIn, belongs, end);
+    for (int i = 0; const int label : expected.labels) {
+        const int x = i % request.nx, y = i / request.nx % request.ny;
+        const int z = i / request.nx / request.ny;
+        const T value = field[static_cast<std::size_t>(i++)];
+        if (label == 0)
             continue;
-        const auto label = static_cast<std::uint32_t>(expected.components.size());
-        Expected::Component component;
-        expected.labels[first] = label;
-        open.push_back(first);
-        while (!open.empty()) {
-            const int at = static_cast<int>(open.back());
-            open.pop_back();
-            const T value = field[static_cast<std::size_t>(at)];
-            const int x = at % request.nx, y = at / request.nx % request.ny;
-            const int z = at / request.nx / request.ny;
-            ++component.numVoxels;
-            component.sumX += static_cast<unsigned>(x);
-            component.sumY += static_cast<unsigned>(y);
-            component.sumZ += static_cast<unsigned>(z);
-            if (request.labelMode)
-                component.mark = static_cast<std::uint32_t>(value);
-            else
-                component.mark += value >= static_cast<T>(request.upper);
-            for (int k = 0; k < 27; ++k) {
-                const int dx = k % 3 - 1, dy = k / 3 % 3 - 1, dz = k / 9 - 1;
-                const int nx = x + dx, ny = y + dy, nz = z + dz;
-                if (nx < 0 || nx >= request.nx || ny < 0 || ny >= request.ny || nz < 0 ||
-                    nz >= request.nz || !areNeighbours(request.connectivity, dx, dy, dz))
-                    continue;
-                const auto next =
-                    static_cast<std::size_t>(nx + request.nx * (ny + request.ny * nz));
-                if (next >= end || expected.labels[next] || !isIn(field[next]) ||
-                    (request.labelMode && field[next] != value))
-                    continue;
-                expected.labels[next] = label;
-                open.push_back(next);
-            }
-        }
-        expected.components.push_back(component);
+        expected.components.resize(
+            std::max(expected.components.size(), static_cast<std::size_t>(label) + 1));
+        Expected::Component& component = expected.components[static_cast<std::size_t>(label)];
+        ++component.numVoxels;
+        component.sumX += static_cast<unsigned>(x);
+        component.sumY += static_cast<unsigned>(y);
+        component.sumZ += static_cast<unsigned>(z);
+        if (request.labelMode)
+            component.mark = static_cast<std::uint32_t>(value);
+        else
+            component.mark += value >= static_cast<T>(request.upper);
     }
     return expected;
 }
@@ -114,12 +78,6 @@ std::size_t endOfLabelling(const Request& request, const std::vector<T>& field) 
     }
     return field.size();
 }
-
-class FormScope {
-public:
-    explicit FormScope(Form form) { components::useForm(form); }
-    ~FormScope() { components::useForm(Form::kAutomatic); }
-};
 
 template <class Label, class T>
 void expectLabelling(Request request, const std::vector<T>& field, const Expected& expected,
@@ -155,60 +113,55 @@ void expectLabelling(Request request, const std::vector<T>& field, const Expecte
     }
 }
 
-class RandomFields {
-public:
-    explicit RandomFields(unsigned seed) : random_(seed) {}
+using Random = std::mt19937;
 
-    unsigned below(unsigned n) { return static_cast<unsigned>(random_()) % n; }
+unsigned below(Random& random, unsigned n) {
+    return static_cast<unsigned>(random()) % n;
+}
 
-    void chooseGrid(Request& request) {
-        static constexpr int kConnectivities[] = {4, 6, 8, 10, 18, 26, 26, 5};
-        static constexpr int kWidths[] = {31, 62, 63, 64, 65, 66, 127, 128, 129, 192, 200};
-        const auto upTo = [&](unsigned n) { return 1 + static_cast<int>(below(n)); };
-        request.connectivity = kConnectivities[below(8)];
-        switch (below(6)) {
-            case 0:  // 1-D, along each axis
-                request.nx = request.ny = request.nz = 1;
-                (below(3) == 0 ? request.nx : below(2) ? request.ny : request.nz) = upTo(300);
-                break;
-            case 1:
-                request.nx = kWidths[below(11)];
-                request.ny = upTo(9);
-                request.nz = upTo(2);
-                break;
-            case 2:
-                request.nx = kWidths[below(11)];
-                request.ny = upTo(4);
-                request.nz = upTo(5);
-                break;
-            default:
-                request.nx = upTo(9);
-                request.ny = upTo(9);
-                request.nz = upTo(9);
-        }
+void chooseGrid(Random& random, Request& request) {
+    static constexpr int kConnectivities[] = {4, 6, 8, 10, 18, 26, 26, 5};
+    static constexpr int kWidths[] = {31, 62, 63, 64, 65, 66, 127, 128, 129, 192, 200};
+    const auto upTo = [&](unsigned n) { return 1 + static_cast<int>(below(random, n)); };
+    request.connectivity = kConnectivities[below(random, 8)];
+    switch (below(random, 6)) {
+        case 0:  // 1-D, along each axis
+            request.nx = request.ny = request.nz = 1;
+            (upTo(3) == 1 ? request.nx : upTo(2) == 1 ? request.ny : request.nz) = upTo(300);
+            break;
+        case 1:
+        case 2:
+            request.nx = kWidths[below(random, 11)];
+            request.ny = upTo(9);
+            request.nz = upTo(request.ny > 4 ? 2 : 5);
+            break;
+        default:
+            request.nx = upTo(9);
+            request.ny = upTo(9);
+            request.nz = upTo(9);
     }
+}
 
-    /// A field with runs of `length`, or the row before carried on, or noise; values 0 to 99.
-    template <class T>
-    std::vector<T> values(const Request& request, unsigned numValues) {
-        std::vector<T> field(static_cast<std::size_t>(request.nx * request.ny * request.nz));
-        const unsigned length = 1 + below(1u << below(8));
-        const unsigned copied = below(2) * below(10);
-        const auto nx = static_cast<std::size_t>(request.nx);
-        for (std::size_t i = 0; i < field.size(); ++i) {
-            if (i >= nx && below(10) < copied)
-                field[i] = field[i - nx];
-            else if (i > 0 && below(length) > 0)
-                field[i] = field[i - 1];
-            else
-                field[i] = static_cast<T>(below(numValues) * (100 / numValues));
-        }
-        return field;
+/// A field with runs of some length, or the row before carried on, or noise; values 0 to 99.
+template <class T>
+std::vector<T> randomField(Random& random, const Request& request) {
+    std::vector<T> field(static_cast<std::size_t>(request.nx * request.ny * request.nz));
+    const unsigned numValues = 1 + below(random, 10);
+    const unsigned length = 1 + below(random, 1u << below(random, 8));
+    const unsigned copied = below(random, 2) * below(random, 10);
+    const auto nx = static_cast<std::size_t>(request.nx);
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        if (i >= nx && below(random, 10) < copied)
+            field[i] = field[i - nx];
+        else if (i > 0 && below(random, length) > 0)
+            field[i] = field[i - 1];
+        else
+            field[i] = static_cast<T>(below(random, numValues) * (100 / numValues));
+        if (std::is_floating_point_v<T> && below(random, 40) == 0)
+            field[i] = std::numeric_limits<T>::quiet_NaN();
     }
-
-private:
-    std::mt19937 random_;
-};
+    return field;
+}
 
 template <class T>
 class ComponentsForms : public testing::Test {
@@ -228,25 +181,22 @@ protected:
 
     /// Labels `rounds` random fields in every form, with a limit of components in some.
     void labelFields(bool labelMode, unsigned seed, int rounds) {
-        RandomFields random(seed);
+        Random random(seed);
         for (int round = 0; round < rounds && !this->HasFatalFailure(); ++round) {
             Request request = {};
             request.labelMode = labelMode;
             request.element = element();
-            random.chooseGrid(request);
-            std::vector<T> field = random.values<T>(request, 1 + random.below(10));
-            request.lower = random.below(100);
-            request.upper = random.below(120);
-            if (std::is_floating_point_v<T> && random.below(4) == 0)
-                for (T& value : field)
-                    if (random.below(10) == 0)
-                        value = std::numeric_limits<T>::quiet_NaN();
+            chooseGrid(random, request);
+            const std::vector<T> field = randomField<T>(random, request);
+            request.lower = below(random, 100);
+            request.upper = below(random, 120);
             request.limit = 1000000;
             std::size_t end = field.size();
             Expected expected = flood(request, field, end);
-            if (field.size() < 1000 && expected.components.size() > 2 && random.below(2)) {
-                request.limit = 1 + random.below(static_cast<unsigned>(expected.components.size()));
-                request.zeroUnvisited = random.below(2);
+            if (field.size() < 1000 && expected.components.size() > 2 && below(random, 2)) {
+                request.limit =
+                    1 + below(random, static_cast<unsigned>(expected.components.size()));
+                request.zeroUnvisited = below(random, 2);
                 end = endOfLabelling(request, field);
                 expected = flood(request, field, end);
             }
@@ -259,10 +209,11 @@ protected:
                              std::to_string(request.limit) + ", " + std::to_string(request.nx) +
                              " x " + std::to_string(request.ny) + " x " +
                              std::to_string(request.nz));
-                const FormScope scope(form);
+                components::useForm(form);
                 expectLabelling<std::uint16_t>(request, field, expected, end);
                 expectLabelling<std::uint32_t>(request, field, expected, end);
             }
+            components::useForm(Form::kAutomatic);
         }
     }
 };

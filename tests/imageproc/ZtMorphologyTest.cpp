@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "FailEveryAllocation.h"
+#include "FloodFill.h"
 
 namespace {
 
@@ -14,33 +15,28 @@ struct Reference {
     ZtVec3i dims;
     std::vector<char> voxels;
 
-    bool isInside(int x, int y, int z) const {
-        return x >= 0 && x < dims.x && y >= 0 && y < dims.y && z >= 0 && z < dims.z;
+    bool isInside(const ZtVec3i& v) const {
+        return v.x >= 0 && v.x < dims.x && v.y >= 0 && v.y < dims.y && v.z >= 0 && v.z < dims.z;
     }
-    std::size_t index(int x, int y, int z) const {
-        return static_cast<std::size_t>(x + static_cast<long long>(dims.x) * (y + dims.y * z));
+    std::size_t index(const ZtVec3i& v) const {
+        return static_cast<std::size_t>(v.x + dims.x * (v.y + dims.y * v.z));
     }
 
     // A step with all neighbours at most so far away in y and z that `corners` or faces allow.
     Reference step(bool erosion, bool corners) const {
         Reference result = *this;
-        for (int z = 0; z < dims.z; ++z)
-            for (int y = 0; y < dims.y; ++y)
-                for (int x = 0; x < dims.x; ++x) {
-                    bool any = false, all = true;
-                    for (int dz = -1; dz <= 1; ++dz)
-                        for (int dy = -1; dy <= 1; ++dy)
-                            for (int dx = -1; dx <= 1; ++dx) {
-                                const int distance = dx * dx + dy * dy + dz * dz;
-                                if ((corners ? dz != 0 : distance > 1) ||
-                                    !isInside(x + dx, y + dy, z + dz))
-                                    continue;
-                                const bool set = voxels[index(x + dx, y + dy, z + dz)] != 0;
-                                any = any || set;
-                                all = all && set;
-                            }
-                    result.voxels[index(x, y, z)] = erosion ? all : any;
-                }
+        for (int i = 0; i < static_cast<int>(voxels.size()); ++i) {
+            const ZtVec3i at(i % dims.x, i / dims.x % dims.y, i / dims.x / dims.y);
+            bool any = false, all = true;
+            for (int k = 0; k < 27; ++k) {
+                const ZtVec3i by(k % 3 - 1, k / 3 % 3 - 1, k / 9 - 1);
+                if ((corners ? by.z != 0 : by.length2() > 1) || !isInside(at + by))
+                    continue;
+                any = any || voxels[index(at + by)];
+                all = all && voxels[index(at + by)];
+            }
+            result.voxels[index(at)] = erosion ? all : any;
+        }
         return result;
     }
 
@@ -79,14 +75,18 @@ TEST(ZtMorphology, StepsInPlaneAgreeWithTheirDefinition) {
             const ZtVec2i dims(nx, ny);
             const Reference mask = randomMask(ZtVec3i(nx, ny, 1), density, engine);
             const ZtBitfield in = mask.bits();
-            ZtMorphology::dilation2D_4(in, out, dims);
-            ASSERT_NO_FATAL_FAILURE(expectEqual(mask.step(false, false), out, "dilation 4"));
-            ZtMorphology::erosion2D_4(in, out, dims);
-            ASSERT_NO_FATAL_FAILURE(expectEqual(mask.step(true, false), out, "erosion 4"));
-            ZtMorphology::dilation2D_8(in, out, dims);
-            ASSERT_NO_FATAL_FAILURE(expectEqual(mask.step(false, true), out, "dilation 8"));
-            ZtMorphology::erosion2D_8(in, out, dims);
-            ASSERT_NO_FATAL_FAILURE(expectEqual(mask.step(true, true), out, "erosion 8"));
+            const struct {
+                const char* name;
+                void (*step)(const ZtBitfield&, ZtBitfield&, const ZtVec2i&);
+                bool erosion, corners;
+            } steps[] = {{"dilation 4", ZtMorphology::dilation2D_4, false, false},
+                         {"erosion 4", ZtMorphology::erosion2D_4, true, false},
+                         {"dilation 8", ZtMorphology::dilation2D_8, false, true},
+                         {"erosion 8", ZtMorphology::erosion2D_8, true, true}};
+            for (const auto& [name, step, erosion, corners] : steps) {
+                step(in, out, dims);
+                ASSERT_NO_FATAL_FAILURE(expectEqual(mask.step(erosion, corners), out, name));
+            }
         }
     }
 }
@@ -126,13 +126,8 @@ TEST(ZtMorphology, LongRowsAgreeWithTheirDefinition) {
     }
 }
 
-TEST(ZtMorphology, ComparesItsForms) {
-    testing::internal::CaptureStderr();
+TEST(ZtMorphology, ComparesItsFormsAndStopsWhenNothingChanges) {
     EXPECT_TRUE(ZtMorphology::unitTest2D());
-    EXPECT_EQ("", testing::internal::GetCapturedStderr());
-}
-
-TEST(ZtMorphology, StopsWhenNothingChanges) {
     ZtBitfield mask(64 * 64 * 64), out;
     mask.set(0);
     ZtMorphology::dilation3D(mask, out, ZtVec3i(64, 64, 64), ~0u);
@@ -175,23 +170,6 @@ TEST(ZtMorphology, FailedAllocationsLeaveTheResult) {
         [&](ZtBitfield& out) { EXPECT_TRUE(out == before); });
 }
 
-// Fills by repeated steps within the mask.
-Reference filledByDefinition(const Reference& mask, const ZtDArray<ZtVec3i>& seeds) {
-    Reference filled = {mask.dims, std::vector<char>(mask.voxels.size())};
-    for (int i = 0; i < seeds.size(); ++i)
-        if (mask.isInside(seeds[i].x, seeds[i].y, seeds[i].z))
-            filled.voxels[mask.index(seeds[i].x, seeds[i].y, seeds[i].z)] = 1;
-    for (std::vector<char> before; before != filled.voxels;) {
-        for (std::size_t i = 0; i < filled.voxels.size(); ++i)
-            filled.voxels[i] = filled.voxels[i] && mask.voxels[i];
-        before = filled.voxels;
-        filled = filled.step(false, false);
-        for (std::size_t i = 0; i < filled.voxels.size(); ++i)
-            filled.voxels[i] = filled.voxels[i] && mask.voxels[i];
-    }
-    return filled;
-}
-
 TEST(ZtMorphology, FillsWhatIsConnectedToItsSeeds) {
     std::mt19937 engine(5);
     for (int round = 0; round < 300; ++round) {
@@ -206,7 +184,14 @@ TEST(ZtMorphology, FillsWhatIsConnectedToItsSeeds) {
         for (int n = below(4); n > 0; --n)
             seeds.push(
                 ZtVec3i(below(dims.x + 2) - 1, below(dims.y + 2) - 1, below(dims.z + 2) - 1));
-        const Reference expected = filledByDefinition(mask, seeds);
+        Reference expected = {dims, std::vector<char>(mask.voxels.size())};
+        const std::vector<int> pieces = floodFill(
+            {dims.x, dims.y, dims.z}, 6, [&](std::size_t i) { return mask.voxels[i] != 0; },
+            [](std::size_t, std::size_t) { return true; }, mask.voxels.size());
+        for (const ZtVec3i& seed : seeds)
+            for (std::size_t i = 0; mask.isInside(seed) && i < pieces.size(); ++i)
+                if (pieces[i] != 0 && pieces[i] == pieces[mask.index(seed)])
+                    expected.voxels[i] = 1;
         ZtBitfield out = mask.bits();
         const unsigned count = ZtMorphology::floodfill(out, out, dims, seeds);
         ASSERT_NO_FATAL_FAILURE(expectEqual(expected, out, "fill"));
