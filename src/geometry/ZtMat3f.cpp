@@ -23,11 +23,13 @@ ZtMat3f& ZtMat3f::setValue(float a00, float a01, float a02, float a10, float a11
 }
 
 ZtMat3f& ZtMat3f::setValue(const float m[3][3]) {
+    ZT_REQUIRE(m != nullptr);
     std::copy_n(&m[0][0], 9, &m_[0][0]);
     return *this;
 }
 
 void ZtMat3f::getValue(float m[3][3]) const {
+    ZT_REQUIRE(m != nullptr);
     std::copy_n(&m_[0][0], 9, &m[0][0]);
 }
 

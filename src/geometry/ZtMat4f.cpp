@@ -17,11 +17,13 @@ double minorOf(const float* r1, const float* r2, int c1, int c2) {
 }  // namespace
 
 ZtMat4f& ZtMat4f::setValue(const float m[4][4]) {
+    ZT_REQUIRE(m != nullptr);
     std::copy_n(&m[0][0], 16, &m_[0][0]);
     return *this;
 }
 
 void ZtMat4f::getValue(float m[4][4]) const {
+    ZT_REQUIRE(m != nullptr);
     std::copy_n(&m_[0][0], 16, &m[0][0]);
 }
 

@@ -2,7 +2,11 @@
 // compiler can, else it is empty, and uses no inline function or template of other headers.
 #include "numerics/DenseKernels.h"
 
-#if defined(__AVX2__)
+#if !defined(__AVX2__)
+
+const numerics::DenseForm* const numerics::kAvx2Form = nullptr;
+
+#else
 
 #include <immintrin.h>
 
@@ -29,18 +33,6 @@ inline void loadFirst(const double* from, int count, Double4& to) {
 
 #include "numerics/DenseKernels.inl"
 
-namespace numerics {
-
-const DenseForm* const kAvx2Form = &kForm;
-
-}  // namespace numerics
-
-#else
-
-namespace numerics {
-
-const DenseForm* const kAvx2Form = nullptr;
-
-}  // namespace numerics
+const numerics::DenseForm* const numerics::kAvx2Form = &numerics::kForm;
 
 #endif

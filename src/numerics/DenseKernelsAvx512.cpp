@@ -2,7 +2,11 @@
 // compiler can, else it is empty, and uses no inline function or template of other headers.
 #include "numerics/DenseKernels.h"
 
-#if defined(__AVX512F__)
+#if !defined(__AVX512F__)
+
+const numerics::DenseForm* const numerics::kAvx512Form = nullptr;
+
+#else
 
 #include <immintrin.h>
 
@@ -27,18 +31,6 @@ inline void loadFirst(const double* from, int count, Double8& to) {
 
 #include "numerics/DenseKernels.inl"
 
-namespace numerics {
-
-const DenseForm* const kAvx512Form = &kForm;
-
-}  // namespace numerics
-
-#else
-
-namespace numerics {
-
-const DenseForm* const kAvx512Form = nullptr;
-
-}  // namespace numerics
+const numerics::DenseForm* const numerics::kAvx512Form = &numerics::kForm;
 
 #endif

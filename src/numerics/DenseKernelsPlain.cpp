@@ -22,8 +22,4 @@ inline void loadFirst(const T* from, int count, Lanes& to) {
 
 #include "numerics/DenseKernels.inl"
 
-namespace numerics {
-
-const DenseForm* const kPlainForm = &kForm;
-
-}  // namespace numerics
+const numerics::DenseForm* const numerics::kPlainForm = &numerics::kForm;
