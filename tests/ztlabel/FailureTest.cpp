@@ -17,22 +17,14 @@ protected:
         write("good.nii.gz", cube());
     }
 
-    static Grid cube() {
-        Grid grid;
-        grid.dims = {8, 8, 8};
-        for (int i = 0; i < 512; ++i)
-            grid.values.push_back(i * 7 % 256);
-        return grid;
-    }
-
-    /// Writes noise, which does not compress.
-    void writeNoise(const std::string& name, int edge) const {
+    /// Noise, which does not compress.
+    static Grid cube(int edge = 8) {
         Grid grid;
         grid.dims = {edge, edge, edge};
         std::mt19937 random(1);
         for (int i = 0; i < edge * edge * edge; ++i)
             grid.values.push_back(static_cast<double>(random() & 255));
-        write(name, grid);
+        return grid;
     }
 
     void expectOneLine(const Outcome& result, int status, const std::string& words) const {
@@ -97,12 +89,13 @@ TEST_F(FailureTest, BadInputsEndWithStatus1) {
     writeText("word.txt", "hello");
     const std::string packed = read("good.nii.gz");
     writeText("packed.nii", std::string(500, '\0').replace(0, packed.size(), packed));
-    // What was cut off is gone although the text is written as it stands.
-    std::ofstream(path("cut.nii.gz"), std::ios::binary) << packed.substr(0, packed.size() * 2 / 3);
-    std::ofstream(path("cut-end.nii.gz"), std::ios::binary) << packed.substr(0, packed.size() - 5);
     std::string broken = packed;
     broken[packed.size() - 6] = static_cast<char>(~broken[packed.size() - 6]);
-    std::ofstream(path("broken.nii.gz"), std::ios::binary) << broken;
+    for (const auto& [name, bytes] :
+         {std::pair("cut.nii.gz", packed.substr(0, packed.size() * 2 / 3)),
+          std::pair("cut-end.nii.gz", packed.substr(0, packed.size() - 5)),
+          std::pair("broken.nii.gz", broken)})
+        std::ofstream(path(name), std::ios::binary) << bytes;  // as they stand, not compressed
     writeText("cut.nii", read("good.nii").substr(0, 800));
     writeText("alone.hdr", read("good.nii").substr(0, 348).replace(344, 2, "ni"));
 
@@ -181,7 +174,7 @@ TEST_F(FailureTest, RefusesOutputsThatExistOrCannotBe) {
 }
 
 TEST_F(FailureTest, AFullDiskLeavesNothing) {
-    writeNoise("noise.nii", 64);
+    write("noise.nii", cube(64));
     writeText("out.nii.gz", "precious");
     const std::string kept = read("out.nii.gz");
     const std::vector<std::string> before = files();
@@ -197,7 +190,7 @@ TEST_F(FailureTest, AFullDiskLeavesNothing) {
 }
 
 TEST_F(FailureTest, ASignalLeavesNothing) {
-    writeNoise("noise.nii", 160);
+    write("noise.nii", cube(160));
     const std::vector<std::string> before = files();
     for (const char* signal : {"INT", "TERM", "HUP"}) {
         SCOPED_TRACE(signal);

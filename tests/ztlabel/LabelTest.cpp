@@ -5,9 +5,10 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
-#include <map>
 #include <random>
 #include <set>
+
+#include "FloodFill.h"
 
 using testing::HasSubstr;
 
@@ -80,8 +81,9 @@ protected:
             return grid.scaled(grid.values[i]) >= t;
         };
         const auto isIn = [&](std::size_t i) { return reaches(i, threshold); };
-        const std::vector<int> labels =
-            floodFill(grid, connectivity, isIn, [](std::size_t, std::size_t) { return true; });
+        const std::vector<int> labels = floodFill(
+            grid.dims, connectivity, isIn, [](std::size_t, std::size_t) { return true; },
+            grid.size());
         for (const std::string& name : files())
             if (name.starts_with("out."))  // the NIfTI library reads out.nii for out.nii.gz
                 fs::remove(path(name));
@@ -92,11 +94,6 @@ protected:
         EXPECT_EQ(json["foreground"],
                   std::count_if(labels.begin(), labels.end(), [](int l) { return l != 0; }));
         expectTable(json["table"], grid, labels, [&](std::size_t i) { return reaches(i, upper); });
-    }
-
-    /// Labels a real volume and returns the JSON.
-    nlohmann::json labelReal(const std::string& name, const std::string& arguments) const {
-        return runForJson(arguments + " " + kTemplates + name);
     }
 };
 
@@ -143,14 +140,10 @@ TEST_F(LabelTest, TakesEveryTypeByteOrderFormAndScaling) {
                              grid.scaled(row.threshold), grid.scaled(row.upper));
             ++turn;
         }
-}
-
-TEST_F(LabelTest, ComparesSinglePrecisionInItsOwnPrecision) {
-    Grid grid;
-    grid.dims = {2, 1, 1};
-    grid.datatype = NIFTI_TYPE_FLOAT32;
-    grid.values = {storedAs(grid.datatype, 0.7), storedAs(grid.datatype, 0.69)};
-    write("a.nii", grid);
+    // Single precision compares in its own precision.
+    const double near = storedAs(NIFTI_TYPE_FLOAT32, 0.7),
+                 less = storedAs(NIFTI_TYPE_FLOAT32, 0.69);
+    write("a.nii", {.dims = {2, 1, 1}, .values = {near, less}, .datatype = NIFTI_TYPE_FLOAT32});
     EXPECT_EQ(runForJson("-t 0.7 a.nii")["foreground"], 1);
 }
 
@@ -181,8 +174,9 @@ TEST_F(LabelTest, SplitsLabelFieldsOfAnyValues) {
             grid.slope = turn % 2 == 0 ? -3 : 0;
             write("field.nii", grid);
             const std::vector<int> labels = floodFill(
-                grid, connectivity, [](std::size_t) { return true; },
-                [&](std::size_t a, std::size_t b) { return grid.values[a] == grid.values[b]; });
+                grid.dims, connectivity, [](std::size_t) { return true; },
+                [&](std::size_t a, std::size_t b) { return grid.values[a] == grid.values[b]; },
+                grid.size());
             const nlohmann::json json =
                 runForJson("--labels --sort raster -c " + std::to_string(connectivity) +
                            " field.nii out.nii.gz");
@@ -240,20 +234,16 @@ TEST_F(LabelTest, OrdersAndLeavesOut) {
 
 /// Takes over, `steps` times, the value `taken` from face neighbours.
 void spread(std::vector<char>& mask, const std::array<int, 3>& dims, char taken, int steps) {
-    const int strides[] = {1, dims[0], dims[0] * dims[1]};
     for (; steps > 0; --steps) {
         const std::vector<char> before = mask;
         for (int i = 0; i < static_cast<int>(mask.size()); ++i)
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                const int at = i / strides[axis] % dims[axis];
-                const auto takeFrom = [&](int j) {
-                    if (before[static_cast<std::size_t>(j)] == taken)
+            for (int axis = 0, stride = 1; axis < 3; ++axis) {
+                const int length = dims[static_cast<std::size_t>(axis)], at = i / stride % length;
+                for (const int by : {-1, 1})
+                    if (at + by >= 0 && at + by < length &&
+                        before[static_cast<std::size_t>(i + by * stride)] == taken)
                         mask[static_cast<std::size_t>(i)] = taken;
-                };
-                if (at > 0)
-                    takeFrom(i - strides[axis]);
-                if (at + 1 < dims[axis])
-                    takeFrom(i + strides[axis]);
+                stride *= length;
             }
     }
 }
@@ -289,8 +279,8 @@ TEST_F(LabelTest, ChangesTheMaskBeforeItIsLabelled) {
         for (const auto& [taken, steps] : row.steps)
             spread(mask, grid.dims, taken, steps);
         const std::vector<int> labels = floodFill(
-            grid, 6, [&](std::size_t i) { return mask[i] && region[i]; },
-            [](std::size_t, std::size_t) { return true; });
+            grid.dims, 6, [&](std::size_t i) { return mask[i] && region[i]; },
+            [](std::size_t, std::size_t) { return true; }, grid.size());
         const nlohmann::json json = runForJson(
             std::string("-t 5 -u 7 -c 6 --sort raster --force in.nii out.nii ") + row.options);
         EXPECT_EQ(readLabels("out.nii", NIFTI_TYPE_UINT16), labels);
@@ -316,7 +306,7 @@ TEST_F(LabelTest, OpensARealVolumeAsScipyDoes) {
     const int status = pclose(peer);
     if (expected.empty() && status != 0)
         GTEST_SKIP() << "scipy is not installed";
-    const nlohmann::json json = labelReal("ch2.nii.gz", "-t 100 --open 1 --sort raster");
+    const nlohmann::json json = runForJson(kTemplates + "ch2.nii.gz -t 100 --open 1 --sort raster");
     std::vector<long long> found;
     for (const auto& row : json["table"])
         found.push_back(row["voxels"]);
@@ -349,34 +339,32 @@ TEST_F(LabelTest, FindsTheThresholdBetweenTwoModes) {
 TEST_F(LabelTest, GivesTheReferenceAnswersOfRealVolumes) {
     if (!fs::exists(kTemplates))
         GTEST_SKIP() << "THE REAL VOLUMES ARE MISSING: install mricron-data";
-    const std::map<int, int> ofBrain = {{6, 1069}, {18, 501}, {26, 408}};
-    for (const auto& [connectivity, count] : ofBrain)
-        EXPECT_EQ(
-            labelReal("ch2.nii.gz", "-t 100 -c " + std::to_string(connectivity))["components"],
-            count);
-    const nlohmann::json brain = labelReal("ch2.nii.gz", "-t 100");
-    EXPECT_EQ(brain["connectivity"], 26);
-    const nlohmann::json& largest = brain["table"][0];
+    const std::string brain = "-t 100 " + kTemplates + "ch2.nii.gz";
+    const std::string atlas = "--labels " + kTemplates + "aal.nii.gz";
+    const struct {
+        const std::string& call;
+        int connectivity, components;
+    } rows[] = {
+        {brain, 6, 1069}, {brain, 18, 501}, {atlas, 6, 185}, {atlas, 18, 159}, {atlas, 26, 159}};
+    for (const auto& [call, connectivity, components] : rows)
+        EXPECT_EQ(runForJson(call + " -c " + std::to_string(connectivity))["components"],
+                  components);
+    const nlohmann::json found = runForJson(brain);
+    EXPECT_EQ(found["connectivity"], 26);
+    EXPECT_EQ(found["components"], 408);
+    const nlohmann::json& largest = found["table"][0];
     EXPECT_EQ(largest["voxels"], 1063172);
     const double centre[] = {89.141, 109.696, 79.709}, world[] = {-0.859, -15.304, 8.709};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         EXPECT_NEAR(largest["centroid_voxel"][axis], centre[axis], 5e-4);
         EXPECT_NEAR(largest["centroid_mm"][axis], world[axis], 5e-4);
     }
-
-    const std::map<int, int> ofAtlas = {{6, 185}, {18, 159}, {26, 159}};
-    for (const auto& [connectivity, count] : ofAtlas)
-        EXPECT_EQ(
-            labelReal("aal.nii.gz", "--labels -c " + std::to_string(connectivity))["components"],
-            count);
-    const nlohmann::json atlas =
-        labelReal("aal.nii.gz", "--labels --names " + kTemplates + "aal.nii.txt");
-    EXPECT_EQ(atlas["foreground"], 181 * 217 * 181);
-    EXPECT_EQ(atlas["table"][1]["source"], 8);
-    EXPECT_EQ(atlas["table"][1]["name"], "Frontal_Mid_R");
+    const nlohmann::json named = runForJson(atlas + " --names " + kTemplates + "aal.nii.txt");
+    EXPECT_EQ(named["foreground"], 181 * 217 * 181);
+    EXPECT_EQ(named["table"][1]["source"], 8);
+    EXPECT_EQ(named["table"][1]["name"], "Frontal_Mid_R");
     for (const auto& entry : fs::directory_iterator(kTemplates))
         if (entry.path().extension() == ".gz") {
-            const std::string name = entry.path().filename().string();
-            EXPECT_GT(labelReal(name, "-t otsu")["components"], 0) << name;
+            EXPECT_GT(runForJson("-t otsu " + entry.path().string())["components"], 0) << entry;
         }
 }

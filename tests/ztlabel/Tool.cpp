@@ -14,12 +14,6 @@
 
 namespace {
 
-template <class T>
-void append(std::string& bytes, double value) {
-    const T stored = static_cast<T>(value);
-    bytes.append(reinterpret_cast<const char*>(&stored), sizeof(T));
-}
-
 /// Calls f(T()) with the type of the voxels.
 auto dispatch(int datatype, auto f) {
     switch (datatype) {
@@ -72,12 +66,10 @@ std::string headerBytes(const Grid& grid, const char* magic, std::size_t offset)
     header.xyzt_units = NIFTI_UNITS_MM;
     if (grid.annotated) {
         header.sform_code = NIFTI_XFORM_MNI_152;
-        header.srow_x[0] = -1;
-        header.srow_x[3] = 90;
-        header.srow_y[1] = 2;
-        header.srow_y[3] = -126;
-        header.srow_z[2] = 3;
-        header.srow_z[3] = -72;
+        const float rows[3][4] = {{-1, 0, 0, 90}, {0, 2, 0, -126}, {0, 0, 3, -72}};
+        std::copy_n(rows[0], 4, header.srow_x);
+        std::copy_n(rows[1], 4, header.srow_y);
+        std::copy_n(rows[2], 4, header.srow_z);
         std::strcpy(header.descrip, "a scan");
     }
     if (grid.swapped)
@@ -101,6 +93,12 @@ void save(const std::string& file, const std::string& bytes) {
     } else {
         std::ofstream(file, std::ios::binary) << bytes;
     }
+}
+
+std::string contentOf(const std::string& file) {
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 }  // namespace
@@ -127,14 +125,11 @@ Outcome ToolTest::run(const std::string& arguments, const std::string& before) c
         std::system(("cd '" + folder_.string() + "' && { " + before + " '" ZTLABEL_PROGRAM "' " +
                      arguments + " ; } >'" + out + "' 2>'" + err + "'")
                         .c_str());
-    const auto content = [](const std::string& file) {
-        std::ostringstream text;
-        text << std::ifstream(file, std::ios::binary).rdbuf();
-        fs::remove(file);
-        return text.str();
-    };
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), content(out),
-            content(err)};
+    const Outcome outcome = {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                             contentOf(out), contentOf(err)};
+    fs::remove(out);
+    fs::remove(err);
+    return outcome;
 }
 
 nlohmann::json ToolTest::runForJson(const std::string& arguments) const {
@@ -147,7 +142,10 @@ nlohmann::json ToolTest::runForJson(const std::string& arguments) const {
 void ToolTest::write(const std::string& name, const Grid& grid) const {
     std::string voxels;
     for (double value : grid.values)
-        dispatch(grid.datatype, [&](auto type) { append<decltype(type)>(voxels, value); });
+        dispatch(grid.datatype, [&](auto stored) {
+            stored = static_cast<decltype(stored)>(value);
+            voxels.append(reinterpret_cast<const char*>(&stored), sizeof stored);
+        });
     int bytesPerVoxel = 0, swapSize = 0;
     nifti_datatype_sizes(grid.datatype, &bytesPerVoxel, &swapSize);
     if (grid.swapped && swapSize > 1)
@@ -172,9 +170,7 @@ void ToolTest::writeText(const std::string& name, const std::string& text) const
 }
 
 std::string ToolTest::read(const std::string& name) const {
-    std::ostringstream text;
-    text << std::ifstream(path(name), std::ios::binary).rdbuf();
-    return text.str();
+    return contentOf(path(name));
 }
 
 std::vector<int> ToolTest::readLabels(const std::string& name, int datatype) const {

@@ -46,45 +46,6 @@ struct Grid {
 /// The value that the volume's element type makes of one.
 double storedAs(int datatype, double value);
 
-/// True components by flood fill, numbered in raster order of first voxels; `belongs(a, b)` tells
-/// whether neighbours a and b are connected, `isIn(a)` whether a is in any.
-std::vector<int> floodFill(const Grid& grid, int connectivity, auto isIn, auto belongs) {
-    std::vector<int> labels(grid.size());
-    const auto [nx, ny, nz] = grid.dims;
-    int count = 0;
-    for (std::size_t seed = 0; seed < grid.size(); ++seed) {
-        if (labels[seed] != 0 || !isIn(seed))
-            continue;
-        labels[seed] = ++count;
-        for (std::vector<std::size_t> open{seed}; !open.empty();) {
-            const std::size_t at = open.back();
-            open.pop_back();
-            const int x = static_cast<int>(at) % nx;
-            const int y = static_cast<int>(at) / nx % ny;
-            const int z = static_cast<int>(at) / nx / ny;
-            for (int d = 0; d < 27; ++d) {
-                const int dx = d % 3 - 1, dy = d / 3 % 3 - 1, dz = d / 9 - 1;
-                const int steps = dx * dx + dy * dy + dz * dz;
-                const bool near = connectivity == 4    ? dz == 0 && steps == 1
-                                  : connectivity == 8  ? dz == 0
-                                  : connectivity == 6  ? steps == 1
-                                  : connectivity == 10 ? dz == 0 || steps == 1
-                                  : connectivity == 18 ? steps <= 2
-                                                       : true;
-                if (!near || x + dx < 0 || x + dx >= nx || y + dy < 0 || y + dy >= ny ||
-                    z + dz < 0 || z + dz >= nz)
-                    continue;
-                const auto next = static_cast<std::size_t>(x + dx + nx * (y + dy + ny * (z + dz)));
-                if (labels[next] == 0 && isIn(next) && belongs(at, next)) {
-                    labels[next] = count;
-                    open.push_back(next);
-                }
-            }
-        }
-    }
-    return labels;
-}
-
 class ToolTest : public testing::Test {
 protected:
     ToolTest();
