@@ -149,6 +149,7 @@ std::vector<T> randomField(Random& random, const Request& request) {
     const unsigned numValues = 1 + below(random, 10);
     const unsigned length = 1 + below(random, 1u << below(random, 8));
     const unsigned copied = below(random, 2) * below(random, 10);
+    const bool hasNaN = std::is_floating_point_v<T> && below(random, 4) == 0;
     const auto nx = static_cast<std::size_t>(request.nx);
     for (std::size_t i = 0; i < field.size(); ++i) {
         if (i >= nx && below(random, 10) < copied)
@@ -157,7 +158,7 @@ std::vector<T> randomField(Random& random, const Request& request) {
             field[i] = field[i - 1];
         else
             field[i] = static_cast<T>(below(random, numValues) * (100 / numValues));
-        if (std::is_floating_point_v<T> && below(random, 40) == 0)
+        if (hasNaN && below(random, 10) == 0)
             field[i] = std::numeric_limits<T>::quiet_NaN();
     }
     return field;

@@ -344,7 +344,8 @@ void ModelTest::step(int operation) {
     const char* const text = anyOf(kTexts);
     const bool flag = below(2) == 0;
     const int bits = below(128), number = static_cast<int>(random_());
-    const bool isLarge = bundles_.size() + parameters_.size() > 150;  // copies of copies grow fast
+    if (operation >= 7 && operation <= 9 && bundles_.size() + parameters_.size() > 150)
+        return;  // copies of copies grow fast
     switch (operation) {
         case 0:
             at.bundle().insert(new NwParamBundle(name), flag);
@@ -377,18 +378,12 @@ void ModelTest::step(int operation) {
             at.bundle().move(other.bundle());
             return at.model->move(*other.model);
         case 7:
-            if (isLarge)
-                return;
             at.bundle().copy(node.real);
             return at.model->copy(*node.model);
         case 8:
-            if (isLarge)
-                return;
             at.bundle().copyAll(*node.real);
             return at.model->merge(*node.model, true);
         case 9:
-            if (isLarge)
-                return;
             at.bundle() = other.bundle();
             return at.model->assignBundle(*other.model);
         case 10:

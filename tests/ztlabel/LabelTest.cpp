@@ -1,6 +1,8 @@
 // What the tool finds: against a flood fill on small volumes of every kind, and on real ones.
 #include "Tool.h"
 
+#include <ztlib/ZtMorphology.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -232,30 +234,13 @@ TEST_F(LabelTest, OrdersAndLeavesOut) {
     }
 }
 
-/// Takes over, `steps` times, the value `taken` from face neighbours.
-void spread(std::vector<char>& mask, const std::array<int, 3>& dims, char taken, int steps) {
-    for (; steps > 0; --steps) {
-        const std::vector<char> before = mask;
-        for (int i = 0; i < static_cast<int>(mask.size()); ++i)
-            for (int axis = 0, stride = 1; axis < 3; ++axis) {
-                const int length = dims[static_cast<std::size_t>(axis)], at = i / stride % length;
-                for (const int by : {-1, 1})
-                    if (at + by >= 0 && at + by < length &&
-                        before[static_cast<std::size_t>(i + by * stride)] == taken)
-                        mask[static_cast<std::size_t>(i)] = taken;
-                stride *= length;
-            }
-    }
-}
-
 TEST_F(LabelTest, ChangesTheMaskBeforeItIsLabelled) {
-    const char erosion = 0, dilation = 1;
-    struct Row {
+    const bool erosion = true, dilation = false;
+    const struct {
         const char* options;
-        std::vector<std::pair<char, int>> steps;
+        std::vector<std::pair<bool, int>> steps;
         bool region;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"--erode 1", {{erosion, 1}}, false},
         {"--dilate 2", {{dilation, 2}}, false},
         {"--open 1", {{erosion, 1}, {dilation, 1}}, false},
@@ -265,21 +250,25 @@ TEST_F(LabelTest, ChangesTheMaskBeforeItIsLabelled) {
         {"--roi '0.5,0.5 9.6,0.5 0.5,7.5'", {}, true},
         {"--close 1 --roi '0.5,0.5 9.6,0.5 0.5,7.5'", {{dilation, 1}, {erosion, 1}}, true},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.options);
         const Grid grid = randomGrid({41, 9, 6}, NIFTI_TYPE_INT16, {-3, 4, 5, 6, 7, 8}, 5);
         write("in.nii", grid);
-        std::vector<char> mask, region;
-        for (std::size_t i = 0; i < grid.size(); ++i) {
-            const double x = static_cast<double>(i % 41) - 0.5;
-            const double y = static_cast<double>(i / 41 % 9) - 0.5;
-            region.push_back(!row.region || (x > 0 && y > 0 && x / 9.1 + y / 7 < 1));
-            mask.push_back(grid.values[i] >= 5 && region[i]);
+        ZtBitfield mask(41 * 9 * 6), region(mask.nBits());
+        for (unsigned i = 0; i < mask.nBits(); ++i) {
+            const double x = i % 41 - 0.5, y = i / 41 % 9 - 0.5;
+            region.set(i, !row.region || (x > 0 && y > 0 && x / 9.1 + y / 7 < 1));
+            mask.set(i, grid.values[i] >= 5 && region[i]);
         }
-        for (const auto& [taken, steps] : row.steps)
-            spread(mask, grid.dims, taken, steps);
+        const ZtVec3i dims(grid.dims.data());
+        for (const auto& [isErosion, steps] : row.steps)
+            if (isErosion)
+                ZtMorphology::erosion3D(mask, mask, dims, steps);
+            else
+                ZtMorphology::dilation3D(mask, mask, dims, static_cast<unsigned>(steps));
+        mask &= region;
         const std::vector<int> labels = floodFill(
-            grid.dims, 6, [&](std::size_t i) { return mask[i] && region[i]; },
+            grid.dims, 6, [&](std::size_t i) { return mask[static_cast<unsigned>(i)] != 0; },
             [](std::size_t, std::size_t) { return true; }, grid.size());
         const nlohmann::json json = runForJson(
             std::string("-t 5 -u 7 -c 6 --sort raster --force in.nii out.nii ") + row.options);
