@@ -224,7 +224,7 @@ TEST(Components, LabelFieldsReportTheirWorkAndKeepTheirValues) {
     unsigned short* out = labels;
     int wide[9];
     ZtDArray<Component> list;
-    EXPECT_EQ(2, labelCC(ZtTypedPointer(field), dims, 4, out, 0, 1, 7, 0, 0, nullptr, &progress));
+    EXPECT_EQ(1, labelCC(ZtTypedPointer(field), dims, 4, out, 0, 1, 7, 0, 0, nullptr, &progress));
     EXPECT_EQ("", progress.calls);
     ASSERT_EQ(4, labelLabels(field, dims, 4, labels, 0, 0, list, &progress));
     EXPECT_EQ("start()stop", progress.calls);
