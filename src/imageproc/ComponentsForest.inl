@@ -79,7 +79,9 @@ public:
           slot_(linking.slot),
           forest_(volume.parents, linking.numRuns, linking.numRoots) {
         const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(slots_) * words_;
-        any_ = static_cast<Word*>(linking.scratch);
+        lines_ = static_cast<Word*>(linking.scratch) + 1;
+        lines_[-1] = lines_[words_] = lines_[words_ + 1] = lines_[2 * words_ + 2] = 0;
+        any_ = lines_ + 2 * words_ + 3;
         starts_ = any_ + size;
         runs_ = reinterpret_cast<GroupRuns*>(starts_ + size);
         base_ = reinterpret_cast<Run*>(runs_ + slots_);
@@ -93,9 +95,10 @@ public:
 
     /// The size of the work space.
     static std::size_t bytes(const Volume& volume) {
-        return static_cast<std::size_t>(numSlots(volume)) *
-               (sizeof(GroupRuns) +
-                static_cast<std::size_t>(volume.grid.words) * (2 * sizeof(Word) + sizeof(Run)));
+        const std::size_t words = static_cast<std::size_t>(volume.grid.words);
+        return (2 * words + 4) * sizeof(Word) +
+               static_cast<std::size_t>(numSlots(volume)) *
+                   (sizeof(GroupRuns) + words * (2 * sizeof(Word) + sizeof(Run)));
     }
 
     static int groupsPerSlice(const Volume& volume) {
@@ -155,6 +158,10 @@ public:
         }
     }
 
+    /// Room for the words of a row and for those of another from place words + 2 on; a word of
+    /// zeros stands before and behind each.
+    Word* lines() { return lines_; }
+
     Forest& forest() { return forest_; }
     const Forest& forest() const { return forest_; }
 
@@ -193,6 +200,7 @@ private:
     int words_;
     int slots_;
     int slot_;
+    Word* lines_;
     Word* any_;
     Word* starts_;
     GroupRuns* runs_;

@@ -303,14 +303,35 @@ private:
         // them.
         if (group > 0) {
             const Word* const above = row(y - 1, z);
-            linkFacing(groupsY_ + 1, ExceptLine{first, above, before},
-                       ExceptLine{row(y - 1, z - 1), above, before});
+            linkEdges(g, recent_.runs(groupsY_ + 1), first, row(y - 1, z - 1), above, before);
         }
         if (group + 1 < groupsY_) {
             const Word* const below = row(y + 2, z);
-            linkFacing(groupsY_ - 1, ExceptLine{second, below, secondBefore},
-                       ExceptLine{row(y + 2, z - 1), below, secondBefore});
+            linkEdges(g, recent_.runs(groupsY_ - 1), second, row(y + 2, z - 1), below,
+                      secondBefore);
         }
+    }
+
+    /// Links the groups of two rows across an edge, without the columns where one of the rows that
+    /// both touch has foreground. Mostly nothing is left that touches, which is quickly told for
+    /// many words at once.
+    void linkEdges(const GroupRuns& g, const GroupRuns& h, const Word* rowOfG, const Word* rowOfH,
+                   const Word* between, const Word* alsoBetween) {
+        Word* const a = recent_.lines();
+        Word* const b = a + words_ + 2;
+        Word anyA = 0, anyB = 0;
+        for (int w = 0; w < words_; ++w) {
+            const Word bare = ~(between[w] | alsoBetween[w]);
+            anyA |= a[w] = rowOfG[w] & bare;
+            anyB |= b[w] = rowOfH[w] & bare;
+        }
+        if (!anyA || !anyB)
+            return;
+        Word touching = 0;
+        for (int w = 0; w < words_; ++w)
+            touching |= (a[w] | a[w] << 1 | a[w - 1] >> 63 | a[w] >> 1 | a[w + 1] << 63) & b[w];
+        if (touching)
+            linkGroups(g, h, [&](int w) { return diagonalTouch(Line{a}, Line{b}, w, words_); });
     }
 
     /// Whether more components than the limit may coexist after some row of slices z and z + 1.
