@@ -222,21 +222,26 @@ private:
                 firstLinks = {};
                 continue;
             }
-            const Touch touch = contact(w);
             const Word both = gAny(w) & hAny(w);
-            const Word same = touch.same & both;
             const Word first = (both & ~(both << 1 | previous)) | (both & open);
+            const Word beside = gAny(w) & ~hAny(w);
+            const Word besideLeft = beside & g.starts[w] & shiftedUp(hAny, w);
+            const Word besideRight =
+                beside & ~shiftedDown(gAny, w, words_) & shiftedDown(hAny, w, words_);
+            previous = both >> 63;
+            if (!(first | besideLeft | besideRight)) {  // at most a stretch that is linked goes on
+                open = 0;
+                if constexpr (kFresh)
+                    firstLinks.of(0, gAny(w), g.starts[w]);
+                continue;
+            }
+            const Touch touch = contact(w);
+            const Word same = touch.same & both;
             const Word bare = both & ~same;
             const Word sum = bare + first;
             open = sum < bare;
-            previous = both >> 63;
-            Word links = sum & same;
-            const Word beside = ~hAny(w);
-            Word right = touch.right & beside;
-            if (touch.left & beside)
-                links |= touch.left & beside & ~shiftedUp(gAny, w);
-            if (right)
-                right &= ~shiftedDown(gAny, w, words_);
+            const Word links = (sum & same) | (touch.left & besideLeft);
+            const Word right = touch.right & besideRight;
             linkWord<kFresh>(links, right, g, h, w, firstLinks);
         }
     }
