@@ -3,6 +3,7 @@
 #include <ztlib/ZtString.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -37,6 +38,36 @@ void addPushInts(int count, double bar) {
                                     static_cast<long long>(array.size());
                 },
                 [=] { return results->same(); }});
+}
+
+/// What pushing cannot do without: the buffer in all its sizes, one after the other.
+void addGrowthAlone(int count) {
+    const auto sizes = std::make_shared<std::vector<std::size_t>>();
+    ZtDArray<int> array;
+    for (int i = 0; i < count; ++i) {
+        array.push(i);
+        const std::size_t bytes = static_cast<std::size_t>(array.getMax()) * sizeof(int);
+        if (sizes->empty() || sizes->back() != bytes)
+            sizes->push_back(bytes);
+    }
+    bench::add({"push " + std::to_string(count) + " ints, against the growth alone",
+                std::to_string(sizes->size()) + " times ztrealloc",
+                0,
+                [=] {
+                    ZtDArray<int> pushed;
+                    for (int i = 0; i < count; ++i)
+                        pushed.push(i);
+                    benchmark::DoNotOptimize(pushed.dataPtr());
+                },
+                [=] {
+                    void* block = nullptr;
+                    for (const std::size_t bytes : *sizes) {
+                        block = block ? ztrealloc(block, bytes) : ztmalloc(bytes);
+                        benchmark::DoNotOptimize(block);
+                    }
+                    ztfree(block);
+                },
+                {}});
 }
 
 /// Texts of the given lengths, the same for both sides.
@@ -78,6 +109,31 @@ void addInsertTexts(int count, int shortest, int longest, double bar) {
                         static_cast<long long>(array[static_cast<std::size_t>(count) / 2].size());
                 },
                 [=] { return results->same(); }});
+}
+
+/// What inserting at the front cannot do without: moving the objects that are there by one place.
+void addMovedTexts(int count, int shortest, int longest) {
+    const auto source = texts(count, shortest, longest);
+    const auto bytes =
+        std::make_shared<std::vector<char>>(static_cast<std::size_t>(count + 1) * sizeof(ZtString));
+    bench::add({"insert " + std::to_string(count) + " texts of " + std::to_string(shortest) +
+                    " to " + std::to_string(longest) +
+                    " characters at the front, against the moves",
+                "memmove of the same bytes",
+                0,
+                [=] {
+                    ZtDArray<ZtString> array;
+                    for (const ZtString& text : source->ours)
+                        array.insert(0, text);
+                },
+                [=] {
+                    for (int n = 0; n < count; ++n) {
+                        std::memmove(bytes->data() + sizeof(ZtString), bytes->data(),
+                                     static_cast<std::size_t>(n) * sizeof(ZtString));
+                        benchmark::ClobberMemory();
+                    }
+                },
+                {}});
 }
 
 void addPushTexts(int count, int length, double bar) {
@@ -159,8 +215,10 @@ void addScans() {
 int main(int argc, char** argv) {
     addPushInts(16, 1.0);
     addPushInts(1000, 1.0);
+    addGrowthAlone(1000);
     addPushInts(1000000, 3.0);
     addInsertTexts(2000, 5, 25, 8.0);  // as names of files and series have
+    addMovedTexts(2000, 5, 25);
     addInsertTexts(2000, 12, 12, 0);
     addInsertTexts(2000, 33, 33, 0);
     addPushTexts(1000, 33, 0.8);

@@ -80,6 +80,30 @@ void addAppend(const std::string& work, double bar, Piece piece) {
          [] { return equal(ours, peer); }});
 }
 
+// The same text in a buffer that need not grow: what remains of appending when only the stores of
+// the pieces and of the end are left. The text is whole after each piece.
+template <class Piece, class Store>
+void addBareAppend(const std::string& work, const std::string& bound, Piece piece, Store store) {
+    static ZtString ours;
+    static char buffer[8 * kAppends + 1];
+    add({work + ", against the bound", bound, 0,
+         [piece] {
+             ZtString text;
+             for (int i = 0; i < kAppends; ++i)
+                 text += piece(i);
+             ours.swapWith(text);
+         },
+         [piece, store] {
+             char* end = buffer;
+             for (int i = 0; i < kAppends; ++i) {
+                 end = store(end, piece(i));
+                 *end = 0;
+                 benchmark::ClobberMemory();
+             }
+         },
+         [] { return equal(ours, buffer); }});
+}
+
 void addAppends() {
     // A single character costs either string two stores, which no form has saved so far.
     addAppend("append/10000 x 1 character", 3,
@@ -89,6 +113,21 @@ void addAppends() {
     // Here the length is found at run time, by the same strlen on both sides.
     static const char* const names[] = {"thalamus", "amygdala", "putamen ", "fornices"};
     addAppend("append/10000 x text of 8 from a table", 3, [](int i) { return names[i % 4]; });
+
+    addBareAppend(
+        "append/10000 x 1 character", "two stores", [](int i) { return char('a' + i % 26); },
+        [](char* end, char c) {
+            *end = c;
+            return end + 1;
+        });
+    addBareAppend(
+        "append/10000 x text of 8 from a table", "strlen and a copy of eight bytes",
+        [](int i) { return names[i % 4]; },
+        [](char* end, const char* text) {
+            const std::size_t length = std::strlen(text);
+            std::memcpy(end, text, 8);
+            return end + length;
+        });
 }
 
 void addEquality(const std::string& work, std::size_t length) {
