@@ -39,7 +39,7 @@ inline T meanOf(Sum sum, std::int64_t voxels) {
     if constexpr (isFloating<T>) {
         return static_cast<T>(sum / static_cast<double>(voxels));
     } else {
-        const std::int64_t wide = sum;
+        const auto wide = static_cast<std::int64_t>(sum);
         const std::int64_t half = wide < 0 ? -(voxels / 2) : voxels / 2;
         return static_cast<T>((wide + half) / voxels);
     }
@@ -54,10 +54,15 @@ inline T meanOfFew(Sum sum, double voxels) {
     } else {
         const double mean = static_cast<double>(sum) / voxels;
         const double rounded = mean + (mean < 0 ? -0.5 : 0.5);
-        if constexpr (sizeof(T) < 4)
+        // Vectors convert to signed integers only.
+        if constexpr (isSame<T, std::uint32_t>) {
+            constexpr double half = 2147483648.0;
+            const bool isUpper = rounded >= half;
+            return static_cast<T>(static_cast<std::int32_t>(rounded - (isUpper ? half : 0.0))) ^
+                   (isUpper ? 0x80000000u : 0u);
+        } else {
             return static_cast<T>(static_cast<std::int32_t>(rounded));
-        else
-            return static_cast<T>(rounded);
+        }
     }
 }
 
@@ -219,8 +224,9 @@ constexpr SampleKernels kTable = {{
     kernelsOf<std::uint8_t, std::int32_t, std::int64_t>(),
     kernelsOf<std::int16_t, std::int32_t, std::int64_t>(),
     kernelsOf<std::uint16_t, std::int32_t, std::int64_t>(),
-    kernelsOf<std::int32_t, std::int64_t, std::int64_t>(),
-    kernelsOf<std::uint32_t, std::int64_t, std::int64_t>(),
+    // Sums of few are exact in double precision, too, to which vectors convert them.
+    kernelsOf<std::int32_t, double, std::int64_t>(),
+    kernelsOf<std::uint32_t, double, std::int64_t>(),
     kernelsOf<float, double, double>(),
     kernelsOf<double, double, double>(),
 }};

@@ -60,8 +60,9 @@ bool isPermutation(const int* permutation, int n) {
     return true;
 }
 
-/// The same permutation without axes of size 1 and with one axis for those that stay side by side.
-Permutation simplified(const Permutation& given) {
+/// The same permutation without axes of size 1 and, if it `joins`, with one axis for those that
+/// stay side by side.
+Permutation simplified(const Permutation& given, bool joins) {
     Permutation result;
     int newName[kMostAxes];
     // The source's axes in their order; one that follows its neighbour in the result, too, joins
@@ -75,7 +76,7 @@ Permutation simplified(const Permutation& given) {
         int before = given.placeOf(axis) - 1;
         while (before >= 0 && given.size[given.from[before]] == 1)
             --before;
-        if (previous >= 0 && before >= 0 && given.from[before] == previous) {
+        if (joins && previous >= 0 && before >= 0 && given.from[before] == previous) {
             newName[axis] = -1;
             result.size[result.axes - 1] *= given.size[axis];
         } else {
@@ -159,7 +160,7 @@ private:
         if (length <= 1)
             side = std::max<Offset>(4096 / size_, 1);
         else if (length == 2)
-            side = std::max<Offset>(256 / size_, 64);
+            side = std::max<Offset>(512 / size_, 64);
         else if (length == 3)
             side = std::max<Offset>(64 / size_, 16);
         else
@@ -353,6 +354,21 @@ private:
     unsigned char* blocks_[3];
 };
 
+/// Permutes each of `arrays` arrays that lie one after the other.
+void runAll(const Permutation& permutation, unsigned char* data, Offset arrays, Offset size) {
+    Mover mover(permutation, static_cast<std::size_t>(size));
+    for (Offset i = 0; i < arrays; ++i)
+        mover.run(data + i * mover.bytes());
+}
+
+/// Whether three axes of equal sizes change places in a ring. Lines of all three directions would
+/// have to stay in the caches then, where those a power of two apart displace each other;
+/// exchanging two axes twice takes half the time.
+bool isRing(const Permutation& permutation) {
+    return permutation.axes == 3 && permutation.keepsSizes() && permutation.from[0] != 0 &&
+           permutation.from[permutation.from[0]] != 0;
+}
+
 /// Reads the request; false when it is none, or larger than the address space.
 bool readRequest(const int* dims, const int* permutation, int n, Offset size,
                  Permutation& request) {
@@ -382,16 +398,27 @@ bool ZtRawData::swapDims(ZtTypedPointer data, int* dims, const int* permutation,
     if (!readRequest(dims, permutation, n, size, request))
         return false;
     const bool isEmpty = std::count(dims, dims + n, 0) > 0;
-    Permutation moved = simplified(request);
+    Permutation moved = simplified(request, true);
+    // Axes that were joined may not change places in cycles any more.
+    if (!moved.keepsSizes() && request.keepsSizes())
+        moved = simplified(request, false);
     if (!isEmpty && !moved.isIdentity()) {
         // Outer axes that stay where they are count arrays that are permuted one by one.
         Offset arrays = 1;
         while (moved.from[moved.axes - 1] == moved.axes - 1)
             arrays *= moved.size[--moved.axes];
-        Mover mover(moved, static_cast<std::size_t>(size));
         auto* const bytes = static_cast<unsigned char*>(static_cast<void*>(data));
-        for (Offset i = 0; i < arrays; ++i)
-            mover.run(bytes + i * mover.bytes());
+        if (isRing(moved)) {
+            Permutation inner = moved;
+            Permutation outer = moved;
+            std::copy_n(std::begin({1, 0, 2}), 3, inner.from);
+            std::copy_n(std::begin({0, 2, 1}), 3, outer.from);
+            const bool isInnerFirst = moved.from[0] == 1;
+            runAll(isInnerFirst ? inner : outer, bytes, arrays, size);
+            runAll(isInnerFirst ? outer : inner, bytes, arrays, size);
+        } else {
+            runAll(moved, bytes, arrays, size);
+        }
     }
     for (int i = 0; i < n; ++i)
         dims[i] = static_cast<int>(request.size[permutation[i]]);
