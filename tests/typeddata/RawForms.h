@@ -1,25 +1,57 @@
-// Runs a test in every form of the raw data loops that this processor has.
+// What the tests of raw data share: every form of the loops, arrays anywhere, types and bytes.
 #pragma once
 
 #include <gtest/gtest.h>
+#include <ztlib/ZtTypedPointer.h>
 
-#include <cstddef>
-#include <cstring>
+#include <algorithm>
+#include <cstdint>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "typeddata/RawKernels.h"
 
-/// Makes the operations use a form for as long as it lives.
-class UseForm {
-public:
-    explicit UseForm(rawdata::Form form) { rawdata::useForm(form); }
-    ~UseForm() { rawdata::useForm(rawdata::Form::kAutomatic); }
-    UseForm(const UseForm&) = delete;
-    UseForm& operator=(const UseForm&) = delete;
-};
+using Bytes = std::vector<unsigned char>;
 
-/// Calls `test()` once per form, the plain one first.
+inline Bytes randomBytes(std::size_t count, std::mt19937& random) {
+    Bytes bytes(count);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<unsigned char>(random()); });
+    return bytes;
+}
+
+/// The bytes of some elements of a type with those of each number in reverse.
+inline Bytes swapped(Bytes bytes, ZtPrimType type) {
+    const auto word = type == ZtPrimType::COMPLEX ? 4 : type.size();
+    for (auto at = bytes.begin(); at != bytes.end(); at += word)
+        std::reverse(at, at + word);
+    return bytes;
+}
+
+template <class T>
+ZtTypedPointer pointer(std::vector<T>& values) {
+    return ZtTypedPointer(values.data());
+}
+
+/// What `action` prints on standard error.
+template <class Action>
+std::string errorsOf(Action action) {
+    testing::internal::CaptureStderr();
+    action();
+    return testing::internal::GetCapturedStderr();
+}
+
+/// Calls `test(T{})` for each of some types.
+template <class... T, class Test>
+void forEach(Test test) {
+    (test(T{}), ...);
+}
+template <class Test>
+void forEachType(Test test) {
+    forEach<std::uint8_t, std::int16_t, std::uint16_t, std::int32_t, float, double>(test);
+}
+
+/// Calls `test()` in each form of the loops that this processor has, the plain one first.
 template <class Test>
 void inEveryForm(Test test) {
     using rawdata::Form;
@@ -27,12 +59,13 @@ void inEveryForm(Test test) {
         if (!rawdata::hasForm(form))
             continue;
         SCOPED_TRACE("form " + std::to_string(static_cast<int>(form)));
-        const UseForm use(form);
+        rawdata::useForm(form);
         test();
     }
+    rawdata::useForm(rawdata::Form::kAutomatic);
 }
 
-/// Elements at a chosen distance from an aligned address, with bytes around them that must stay.
+/// Bytes at a chosen distance from an aligned address, with others around them that must stay.
 class Misaligned {
 public:
     Misaligned(std::size_t bytes, std::size_t misalignment)
@@ -42,7 +75,6 @@ public:
     }
 
     unsigned char* data() { return block_.data() + first_; }
-
     bool isUntouchedAround() const {
         for (std::size_t i = 0; i < block_.size(); ++i)
             if ((i < first_ || i >= first_ + bytes_) && block_[i] != kUntouched)
@@ -55,6 +87,15 @@ private:
     static constexpr unsigned char kUntouched = 0xA5;
 
     std::size_t bytes_;
-    std::vector<unsigned char> block_;
+    Bytes block_;
     std::size_t first_ = 0;
 };
+
+/// Calls `test(count, misalignment)` for all lengths up to 130 and for all misalignments.
+template <class Test>
+void atAllAddresses(Test test) {
+    for (std::size_t count = 0; count <= 130; ++count)
+        test(count, count * 5 % 64);
+    for (std::size_t misalignment = 0; misalignment < 64; ++misalignment)
+        test(std::size_t{259}, misalignment);
+}

@@ -1,13 +1,16 @@
-// Data types, their registry, and data pointers.
+// Primitive types, data types and their registry, and the pointers that carry them.
 #include <gtest/gtest.h>
 #include <ztlib/ZtDataPointer.h>
 #include <ztlib/ZtDataType.h>
 #include <ztlib/ZtMemory.h>
 #include <ztlib/ZtMemoryException.h>
+#include <ztlib/ZtTypedPointer.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "core/AllocationWatch.h"
 
@@ -17,57 +20,76 @@ std::string uri(const std::string& shortName) {
     return ZtDataType::namespaceUri() + ("/types#" + shortName);
 }
 
-TEST(DataType, BuiltInTypesMatchThePrimitiveOnes) {
-    struct Row {
-        const char* name;
-        int size;
-        ZtPrimType::Type type;
-        bool isInteger, isFloat;
-    };
-    for (const Row& row : {Row{"int8", 1, ZtPrimType::SBYTE, true, false},
-                           Row{"uint8", 1, ZtPrimType::BYTE, true, false},
-                           Row{"int16", 2, ZtPrimType::SHORT, true, false},
-                           Row{"uint16", 2, ZtPrimType::USHORT, true, false},
-                           Row{"int32", 4, ZtPrimType::INT, true, false},
-                           Row{"uint32", 4, ZtPrimType::UINT, true, false},
-                           Row{"float", 4, ZtPrimType::FLOAT, false, true},
-                           Row{"double", 8, ZtPrimType::DOUBLE, false, true}}) {
-        SCOPED_TRACE(row.name);
-        const ZtDataType type(uri(row.name).c_str());
-        EXPECT_EQ(uri(row.name), type.getName());
-        EXPECT_STREQ(type.getName(), type.commonName());
-        EXPECT_EQ(row.size, type.memsize());
-        EXPECT_EQ(row.size, type.size());
-        EXPECT_EQ(row.isInteger, type.isInteger());
-        EXPECT_EQ(row.isFloat, type.isFloat());
-        EXPECT_TRUE(type.isMcPrimType());
-        EXPECT_EQ(row.type, type.asMcPrimType());
-        EXPECT_TRUE(type == ZtPrimType(row.type));
-        EXPECT_TRUE(type.isBasedOn(uri(row.name).c_str()));
-        EXPECT_FALSE(type != uri(row.name).c_str());
-        ZtDataType::registerType(uri(row.name).c_str(), 99);
-        EXPECT_EQ(row.size, type.memsize());
-    }
-}
+struct TypeRow {
+    int code;
+    const char* name;
+    const char* dataType;
+    int size;
+    bool isInteger, isSigned, isFloat;
+    int asSigned, asUnsigned;
+};
 
-TEST(DataType, UnknownStandsForNoNameAndForCodesWithoutOne) {
+const TypeRow kTypes[] = {
+    {ZtPrimType::BYTE, "byte", "uint8", 1, true, false, false, 9, 0},
+    {ZtPrimType::SHORT, "short", "int16", 2, true, true, false, 1, 7},
+    {ZtPrimType::INT, "int", "int32", 4, true, true, false, 2, 8},
+    {ZtPrimType::FLOAT, "float", "float", 4, false, true, true, 3, 3},
+    {ZtPrimType::DOUBLE, "double", "double", 8, false, true, true, 4, 4},
+    {ZtPrimType::COMPLEX, "complex", "unknown", 8, false, true, true, 5, 5},
+    {ZtPrimType::STRING, "string", "unknown", 4, false, false, false, 6, 6},
+    {ZtPrimType::USHORT, "ushort", "uint16", 2, true, false, false, 1, 7},
+    {ZtPrimType::UINT, "uint", "uint32", 4, true, false, false, 2, 8},
+    {ZtPrimType::SBYTE, "sbyte", "int8", 1, true, true, false, 9, 0},
+    {10, "unknown", "unknown", 0, false, false, false, 10, 10},
+    {-1, "unknown", "unknown", 0, false, false, false, -1, -1},
+    {INT_MAX, "unknown", "unknown", 0, false, false, false, INT_MAX, INT_MAX},
+};
+
+TEST(DataTypes, EveryCodeHasItsPropertiesAndItsDataType) {
+    int expectedCode = 0;
+    for (const TypeRow& row : kTypes) {
+        SCOPED_TRACE(row.code);
+        EXPECT_TRUE(row.size == 0 || row.code == expectedCode++);
+        const ZtPrimType type(row.code);
+        EXPECT_STREQ(row.name, type.getName());
+        EXPECT_EQ(std::tuple(row.code, row.size, row.isInteger, row.isSigned, row.isFloat),
+                  std::tuple(type.getType(), type.size(), type.isInteger(), type.isSigned(),
+                             type.isFloat()));
+        EXPECT_EQ(std::pair(row.asSigned, row.asUnsigned),
+                  std::pair(+ZtPrimType(type).makeSigned(), +ZtPrimType(type).makeUnsigned()));
+        ZtPrimType found = ZtPrimType::COMPLEX;
+        EXPECT_EQ(row.size > 0, ZtPrimType::nameToType(row.name, found));
+        EXPECT_EQ(row.size > 0 ? row.code : ZtPrimType::COMPLEX, found);
+
+        const std::string name = uri(row.dataType);
+        const bool isKnown = name != uri("unknown");
+        ZtDataType::registerType(name.c_str(), 99);
+        const ZtDataType dataType = type;
+        EXPECT_EQ(name, dataType.getName());
+        EXPECT_STREQ(dataType.getName(), dataType.commonName());
+        EXPECT_TRUE(dataType == ZtDataType(name.c_str()) && !(dataType != name.c_str()));
+        EXPECT_TRUE(dataType.isBasedOn(name.c_str()));
+        EXPECT_EQ(std::tuple(isKnown ? row.size : 0, isKnown ? row.code : ZtPrimType::BYTE, isKnown,
+                             isKnown && row.isInteger, isKnown && row.isFloat),
+                  std::tuple(dataType.memsize(), dataType.asMcPrimType().getType(),
+                             dataType.isMcPrimType(), dataType.isInteger(), dataType.isFloat()));
+        EXPECT_EQ(dataType.memsize(), dataType.size());
+    }
+    int code = 77;
+    for (const char* name : {"UShort", "uint8", "byte ", "", static_cast<const char*>(nullptr)})
+        EXPECT_FALSE(ZtPrimType::nameToType(name, code));
+    EXPECT_EQ(77, code);
     const ZtDataType unknown;
-    EXPECT_EQ(uri("unknown"), unknown.getName());
-    EXPECT_TRUE(unknown.isBasedOn(unknown));
-    EXPECT_TRUE(unknown == nullptr);
+    EXPECT_TRUE(unknown == nullptr && unknown == ZtDataType(static_cast<const char*>(nullptr)));
     EXPECT_TRUE(ZtDataType::isKnown(nullptr));
-    const ZtDataType others[] = {ZtDataType(static_cast<const char*>(nullptr)),
-                                 ZtPrimType(ZtPrimType::COMPLEX), ZtPrimType(ZtPrimType::STRING),
-                                 ZtPrimType(-1), ZtPrimType(77)};
-    for (const ZtDataType& type : others) {
-        EXPECT_TRUE(type == unknown);
-        EXPECT_EQ(0, type.memsize());
-        EXPECT_FALSE(type.isMcPrimType() || type.isInteger() || type.isFloat());
-        EXPECT_EQ(ZtPrimType::BYTE, type.asMcPrimType());
-    }
+    ZtPrimType type;
+    EXPECT_TRUE(type == ZtPrimType::BYTE && type == 0 && 0 == type && type == ZtPrimType(0));
+    type = 8;
+    EXPECT_TRUE(type != ZtPrimType::INT && type != 2 && type != ZtPrimType());
+    static_assert(sizeof(ZtPrimType) == sizeof(int));
 }
 
-TEST(DataType, NamesBecomeKnownByUseAndRegisteredOnce) {
+TEST(DataTypes, NamesBecomeKnownByUseAndRegisteredOnce) {
     const std::string name = "a type of three floats";
     const ZtDataType number = ZtPrimType(ZtPrimType::FLOAT);
     EXPECT_FALSE(ZtDataType::isKnown(name.c_str()));
@@ -87,7 +109,7 @@ TEST(DataType, NamesBecomeKnownByUseAndRegisteredOnce) {
     EXPECT_EQ(static_cast<const void*>(early.getName()), ZtDataType(name.c_str()).getName());
 }
 
-TEST(DataType, TheTableGrowsAndSurvivesFailedAllocations) {
+TEST(DataTypes, TheTableGrowsAndSurvivesFailedAllocations) {
     const auto nameOf = [](int i) { return "grown #" + std::to_string(i); };
     for (int i = 0; i < 3000; ++i) {
         const std::string name = nameOf(i);
@@ -106,62 +128,47 @@ TEST(DataType, TheTableGrowsAndSurvivesFailedAllocations) {
     EXPECT_EQ(4, ZtDataType(uri("int32").c_str()).memsize());
 }
 
-TEST(DataType, OfPointerNamesTheElementType) {
-    const auto check = [](auto element, const char* name, const char* constName) {
-        const auto* fixed = &element;
-        EXPECT_TRUE(ZtDataType::ofPointer(&element) == uri(name).c_str()) << name;
-        EXPECT_TRUE(ZtDataType::ofPointer(fixed) == uri(constName).c_str()) << name;
-    };
-    check('a', "int8", "int8");
-    check(static_cast<signed char>(0), "int8", "int8");
-    check(static_cast<unsigned char>(0), "uint8", "uint8");
-    check(static_cast<short>(0), "int16", "int16");
-    check(static_cast<unsigned short>(0), "uint16", "uint16");
-    check(0, "int32", "int32");
-    check(0u, "uint32", "int32");
-    check(0.0f, "float", "float");
-    check(0.0, "double", "double");
-}
-
 template <class T>
-void expectPointer(const char* name) {
-    T element{};
-    const ZtDataPointer writable(&element, 3);
-    const ZtDataPointer readable(static_cast<const T*>(&element));
+void expectPointers(ZtPrimType::Type type, const char* name, const char* constName) {
     SCOPED_TRACE(name);
-    EXPECT_FALSE(writable.isConst());
-    EXPECT_TRUE(readable.isConst());
+    T element{};
+    const T* const fixed = &element;
+    EXPECT_EQ(type, ZtTypedPointer(&element).primType());
+    EXPECT_EQ(&element, static_cast<void*>(ZtTypedPointer(&element)));
+    EXPECT_EQ(type, ZtPrimType(&element));
+    EXPECT_TRUE(ZtDataType::ofPointer(&element) == uri(name).c_str());
+    EXPECT_TRUE(ZtDataType::ofPointer(fixed) == uri(constName).c_str());
+    const ZtDataPointer writable(&element, 3);
+    const ZtDataPointer readable(fixed);
+    EXPECT_TRUE(!writable.isConst() && readable.isConst());
+    EXPECT_TRUE(writable.nComponents() == 3 && readable.nComponents() == 1);
     for (const ZtDataPointer& pointer : {writable, readable}) {
         EXPECT_EQ(&element, static_cast<void*>(pointer));
         EXPECT_TRUE(pointer.dataType() == uri(name).c_str());
         EXPECT_EQ(pointer.nComponents() * static_cast<int>(sizeof(T)), pointer.dataElemSize());
     }
-    EXPECT_EQ(3, writable.nComponents());
-    EXPECT_EQ(1, readable.nComponents());
 }
 
-TEST(DataPointer, TakesTypeAccessAndComponentsOfItsElements) {
-    expectPointer<char>("int8");
-    expectPointer<unsigned char>("uint8");
-    expectPointer<short>("int16");
-    expectPointer<unsigned short>("uint16");
-    expectPointer<int>("int32");
-    expectPointer<unsigned int>("uint32");
-    expectPointer<float>("float");
-    expectPointer<double>("double");
+TEST(DataTypes, PointersTakeTypeAccessAndComponentsOfTheirElements) {
+    expectPointers<char>(ZtPrimType::SBYTE, "int8", "int8");
+    expectPointers<unsigned char>(ZtPrimType::BYTE, "uint8", "uint8");
+    expectPointers<short>(ZtPrimType::SHORT, "int16", "int16");
+    expectPointers<unsigned short>(ZtPrimType::USHORT, "uint16", "uint16");
+    expectPointers<int>(ZtPrimType::INT, "int32", "int32");
+    expectPointers<unsigned int>(ZtPrimType::UINT, "uint32", "int32");
+    expectPointers<float>(ZtPrimType::FLOAT, "float", "float");
+    expectPointers<double>(ZtPrimType::DOUBLE, "double", "double");
+    signed char small = 0;
+    EXPECT_EQ(ZtPrimType::SBYTE, ZtTypedPointer(&small).primType());
+    EXPECT_TRUE(ZtDataType::ofPointer(&small) == uri("int8").c_str());
     const ZtDataPointer empty;
-    EXPECT_TRUE(empty.isConst());
-    EXPECT_EQ(nullptr, empty.pointer());
-    EXPECT_EQ(0, empty.nComponents());
+    EXPECT_TRUE(empty.isConst() && !empty.pointer() && empty.nComponents() == 0);
     EXPECT_TRUE(empty.dataType() == ZtDataType());
     int item = 0;
+    EXPECT_EQ(ZtPrimType::COMPLEX, ZtTypedPointer(&item, ZtPrimType::COMPLEX).primType());
     EXPECT_FALSE(ZtDataPointer(static_cast<void*>(&item), ZtPrimType(2), 1).isConst());
-    EXPECT_TRUE(ZtDataPointer(static_cast<const void*>(&item), ZtPrimType(2)).isConst());
-}
-
-TEST(DataPointer, CastsChangeTheCopyOnly) {
-    const float items[3] = {};
-    ZtDataPointer source(items, 3);
+    ZtDataPointer source(static_cast<const void*>(&item), ZtPrimType(2));
+    // Casts change the copy only.
     EXPECT_FALSE(source.constCast(ZtDataPointer::READ_WRITE).isConst());
     EXPECT_TRUE(source.isConst());
     EXPECT_TRUE(source.constCast(ZtDataPointer::READ_ONLY).isConst());
@@ -171,25 +178,21 @@ TEST(DataPointer, CastsChangeTheCopyOnly) {
     EXPECT_TRUE(source.isConst());
 }
 
-TEST(DataPointer, DuplicatesOneItem) {
+TEST(DataTypes, PointersDuplicateOneItem) {
     const float items[6] = {1, 2, 3, 4, 5, 6};
-    const ZtDataPointer source(items, 3);
-    const ZtDataPointer copy = source.duplicateData();
-    EXPECT_NE(source.pointer(), copy.pointer());
-    EXPECT_EQ(0, std::memcmp(items, copy.pointer(), 12));
-    EXPECT_TRUE(copy.isConst() && copy.nComponents() == 3 && copy.dataElemSize() == 12);
-    ztfree(copy.pointer());
-
     const double zero = 0;
-    const ZtDataPointer ofNothing = ZtDataPointer(static_cast<double*>(nullptr)).duplicateData();
-    EXPECT_EQ(0, std::memcmp(&zero, ofNothing.pointer(), sizeof zero));
-    ztfree(ofNothing.pointer());
-
-    for (int n : {0, -2}) {
-        const ZtDataPointer none = ZtDataPointer(items, n).duplicateData();
-        EXPECT_EQ(4 * n, none.dataElemSize());
-        ztfree(none.pointer());
-    }
+    const auto check = [](const ZtDataPointer& source, const void* content, int bytes) {
+        const ZtDataPointer copy = source.duplicateData();
+        EXPECT_NE(source.pointer(), copy.pointer());
+        EXPECT_TRUE(copy.isConst() == source.isConst() && copy.dataElemSize() == bytes);
+        EXPECT_EQ(0,
+                  std::memcmp(content, copy.pointer(), static_cast<unsigned>(std::max(bytes, 0))));
+        ztfree(copy.pointer());
+    };
+    check(ZtDataPointer(items, 3), items, 12);
+    check(ZtDataPointer(static_cast<double*>(nullptr)), &zero, 8);
+    check(ZtDataPointer(items, 0), items, 0);
+    check(ZtDataPointer(items, -2), items, -8);
     ZtDataType::registerType("a huge type", INT_MAX);
     const ZtDataPointer huge(static_cast<void*>(nullptr), "a huge type", INT_MAX);
     EXPECT_EQ(INT_MAX, huge.dataElemSize());

@@ -1,94 +1,86 @@
-// Exchanging axes, flipping and cropping against element-by-element models.
+// Exchanging axes, flipping, cropping and making volumes smaller, against plain models.
 #include <gtest/gtest.h>
 #include <ztlib/ZtMemory.h>
 #include <ztlib/ZtMemoryException.h>
+#include <ztlib/ZtProgressInterface.h>
 #include <ztlib/ZtRawData.h>
 
-#include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdint>
+#include <cmath>
 #include <cstring>
+#include <limits>
+#include <map>
 #include <numeric>
-#include <random>
-#include <string>
-#include <vector>
+#include <type_traits>
 
 #include "FailEveryAllocation.h"
+#include "RawForms.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using Sizes = std::vector<int>;
 
-Bytes randomBytes(std::size_t count, std::mt19937& random) {
-    Bytes bytes(count);
-    for (unsigned char& byte : bytes)
-        byte = static_cast<unsigned char>(random());
-    return bytes;
+std::size_t volumeOf(const Sizes& dims) {
+    return std::accumulate(dims.begin(), dims.end(), std::size_t{1},
+                           [](std::size_t n, int size) { return n * static_cast<unsigned>(size); });
 }
 
-std::size_t volumeOf(const std::vector<int>& dims) {
-    std::size_t result = 1;
-    for (const int n : dims)
-        result *= static_cast<std::size_t>(n);
-    return result;
-}
-
-/// The axes of `data` exchanged, element by element.
-Bytes exchanged(const Bytes& data, std::size_t size, const std::vector<int>& dims,
-                const std::vector<int>& permutation) {
-    Bytes result(data.size());
-    std::vector<std::size_t> stride(dims.size());
-    std::size_t next = size;
-    for (std::size_t i = 0; i < dims.size(); ++i) {
-        stride[i] = next;
-        next *= static_cast<std::size_t>(dims[i]);
-    }
-    std::vector<int> position(dims.size());
-    for (std::size_t at = 0; at < result.size(); at += size) {
-        std::size_t from = 0;
-        for (std::size_t i = 0; i < dims.size(); ++i)
-            from += static_cast<std::size_t>(position[i]) *
-                    stride[static_cast<std::size_t>(permutation[i])];
-        std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(from), size,
-                    result.begin() + static_cast<std::ptrdiff_t>(at));
-        for (std::size_t i = 0; i < dims.size(); ++i) {
-            if (++position[i] < dims[static_cast<std::size_t>(permutation[i])])
-                break;
-            position[i] = 0;
+/// An array of `dims` elements of `size` bytes, each of them the one of `data`, of `dataDims`, at
+/// the place `from(position)`, or `fill` where that lies outside.
+template <class From>
+Bytes gathered(const Sizes& dims, std::size_t size, const Bytes& data, const Sizes& dataDims,
+               From from, const unsigned char* fill = nullptr) {
+    Bytes result;
+    Sizes position(dims.size());
+    for (std::size_t left = volumeOf(dims); left > 0; --left) {
+        const Sizes place = from(position);
+        std::size_t index = 0;
+        bool isInside = true;
+        for (std::size_t i = place.size(); i-- > 0;) {
+            index = index * static_cast<std::size_t>(dataDims[i]) + static_cast<unsigned>(place[i]);
+            isInside = isInside && place[i] >= 0 && place[i] < dataDims[i];
         }
+        const unsigned char* const element = isInside ? &data[index * size] : fill;
+        result.insert(result.end(), element, element + size);
+        for (std::size_t i = 0; i < dims.size() && ++position[i] == dims[i]; ++i)
+            position[i] = 0;
     }
     return result;
 }
 
-void expectExchanged(ZtPrimType type, std::vector<int> dims, const std::vector<int>& permutation,
-                     std::mt19937& random) {
+void expectExchanged(ZtPrimType type, Sizes dims, const Sizes& permutation, std::mt19937& random) {
     const auto size = static_cast<std::size_t>(type.size());
     Bytes data = randomBytes(size * volumeOf(dims), random);
-    const Bytes expected = exchanged(data, size, dims, permutation);
-    std::vector<int> expectedDims;
+    Sizes expectedDims;
     for (const int axis : permutation)
         expectedDims.push_back(dims[static_cast<std::size_t>(axis)]);
-    std::string request = type.getName();
-    for (std::size_t i = 0; i < dims.size(); ++i)
-        request += " " + std::to_string(dims[i]) + "<-" + std::to_string(permutation[i]);
+    const Bytes expected = gathered(expectedDims, size, data, dims, [&](const Sizes& position) {
+        Sizes place(position.size());
+        for (std::size_t i = 0; i < place.size(); ++i)
+            place[static_cast<std::size_t>(permutation[i])] = position[i];
+        return place;
+    });
+    const std::string request = std::string(type.getName()) + " " + testing::PrintToString(dims) +
+                                testing::PrintToString(permutation);
     ASSERT_TRUE(ZtRawData::swapDims({data.data(), type}, dims.data(), permutation.data(),
                                     static_cast<int>(dims.size())));
     ASSERT_EQ(expectedDims, dims) << request;
     ASSERT_EQ(expected, data) << request;
 }
 
+constexpr ZtPrimType::Type kTypes[] = {ZtPrimType::SBYTE, ZtPrimType::USHORT, ZtPrimType::FLOAT,
+                                       ZtPrimType::COMPLEX};
+
 TEST(RawDataSwapDims, ExchangesAxesOfAnyShape) {
     std::mt19937 random(21);
-    constexpr ZtPrimType::Type kTypes[] = {ZtPrimType::SBYTE, ZtPrimType::USHORT, ZtPrimType::FLOAT,
-                                           ZtPrimType::COMPLEX};
     for (int round = 0; round < 3000; ++round) {
         const std::size_t n = 1 + random() % 5;
-        std::vector<int> permutation(n);
+        Sizes permutation(n);
         std::iota(permutation.begin(), permutation.end(), 0);
         std::shuffle(permutation.begin(), permutation.end(), random);
         // Sizes alike more often than not, so that many are permuted in cycles.
-        std::vector<int> dims(n, 1 + static_cast<int>(random() % (n > 3 ? 7 : 21)));
+        Sizes dims(n, 1 + static_cast<int>(random() % (n > 3 ? 7 : 21)));
         for (int& size : dims)
             if (random() % 3 == 0)
                 size = 1 + static_cast<int>(random() % 9);
@@ -96,14 +88,10 @@ TEST(RawDataSwapDims, ExchangesAxesOfAnyShape) {
             dims[random() % n] = 0;
         expectExchanged(kTypes[random() % 4], dims, permutation, random);
     }
-}
-
-TEST(RawDataSwapDims, ExchangesAxesOfMoreThanOneTile) {
-    std::mt19937 random(22);
-    for (const ZtPrimType type :
-         {ZtPrimType::BYTE, ZtPrimType::SHORT, ZtPrimType::INT, ZtPrimType::DOUBLE}) {
-        for (std::vector<int> permutation :
-             std::vector<std::vector<int>>{{1, 0, 2}, {2, 1, 0}, {0, 2, 1}, {1, 2, 0}, {2, 0, 1}}) {
+    // More than one tile.
+    for (const ZtPrimType type : kTypes) {
+        for (const Sizes& permutation :
+             {Sizes{1, 0, 2}, Sizes{2, 1, 0}, Sizes{0, 2, 1}, Sizes{1, 2, 0}, Sizes{2, 0, 1}}) {
             expectExchanged(type, {70, 70, 70}, permutation, random);
             expectExchanged(type, {65, 33, 17}, permutation, random);
         }
@@ -112,58 +100,57 @@ TEST(RawDataSwapDims, ExchangesAxesOfMoreThanOneTile) {
         expectExchanged(type, {9, 9, 9, 9}, {1, 2, 3, 0}, random);
     }
     // A binary hypercube with as many axes as there may be.
-    std::vector<int> permutation(16);
-    for (int i = 0; i < 16; ++i)
-        permutation[static_cast<std::size_t>(i)] = (i + 5) % 16;
-    expectExchanged(ZtPrimType::SHORT, std::vector<int>(16, 2), permutation, random);
+    expectExchanged(ZtPrimType::SHORT, Sizes(16, 2),
+                    {5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4}, random);
 }
 
-TEST(RawDataSwapDims, RefusesWhatIsNoPermutation) {
+TEST(RawDataSwapDims, RefusesWhatIsNoPermutationAndSurvivesExhaustion) {
     int data[4] = {1, 2, 3, 4};
-    int dims[2] = {2, 2};
-    const int same[2] = {1, 1};
-    const int beyond[2] = {0, 2};
-    const int swap[2] = {1, 0};
-    EXPECT_FALSE(ZtRawData::swapDims(data, dims, same, 2));
-    EXPECT_FALSE(ZtRawData::swapDims(data, dims, beyond, 2));
-    EXPECT_FALSE(ZtRawData::swapDims(data, dims, swap, 0));
-    EXPECT_FALSE(ZtRawData::swapDims(data, dims, swap, 17));
-    int negative[2] = {-2, 2};
-    EXPECT_FALSE(ZtRawData::swapDims(data, negative, swap, 2));
-    int huge[3] = {INT_MAX, INT_MAX, INT_MAX};
-    const int rotate[3] = {1, 2, 0};
-    EXPECT_FALSE(ZtRawData::swapDims(data, huge, rotate, 3));
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(ZtRawData::swapDims({data, ZtPrimType::STRING}, dims, swap, 2));
-    EXPECT_EQ("Unsupported data type string in ZtRawData::swapDims()\n",
-              testing::internal::GetCapturedStderr());
-    EXPECT_EQ(2, data[1]);
+    struct Row {
+        Sizes dims, permutation;
+        int n;
+        ZtPrimType::Type type = ZtPrimType::INT;
+    };
+    const std::string said = errorsOf([&] {
+        for (Row row :
+             {Row{{2, 2}, {1, 1}, 2}, Row{{2, 2}, {0, 2}, 2}, Row{{2, 2}, {0, -1}, 2},
+              Row{{2, 2}, {1, 0}, 0}, Row{{2, 2}, {1, 0}, 17}, Row{{-2, 2}, {1, 0}, 2},
+              Row{Sizes(3, INT_MAX), {1, 2, 0}, 3}, Row{{2, 2}, {1, 0}, 2, ZtPrimType::STRING}}) {
+            const Sizes before = row.dims;
+            EXPECT_FALSE(ZtRawData::swapDims({data, row.type}, row.dims.data(),
+                                             row.permutation.data(), row.n));
+            EXPECT_EQ(before, row.dims);
+        }
+    });
+    EXPECT_EQ("Unsupported data type string in ZtRawData::swapDims()\n", said);
+    EXPECT_TRUE(data[1] == 2 && data[2] == 3);
+    const auto make = [] { return std::vector<float>{1, 2, 3, 4}; };
+    for (const auto& [dims, permutation] :
+         {std::pair<Sizes, Sizes>{{2, 2}, {1, 0}}, {{1, 2, 2}, {2, 0, 1}}, {{2, 1, 2}, {2, 1, 0}}})
+        failEveryAllocation(
+            make,
+            [dims = dims, permutation = permutation](std::vector<float>& values) mutable {
+                Sizes sizes = dims;
+                ZtRawData::swapDims(values.data(), sizes.data(), permutation.data(),
+                                    static_cast<int>(sizes.size()));
+            },
+            [&](const std::vector<float>& values) { EXPECT_EQ(make(), values); });
 }
 
 TEST(RawDataFlip, ReversesOneAxis) {
     std::mt19937 random(23);
     for (int round = 0; round < 400; ++round) {
-        const std::array<int, 3> dims = {static_cast<int>(random() % 40),
-                                         static_cast<int>(random() % 7),
-                                         static_cast<int>(random() % 7)};
-        const int size = 1 + static_cast<int>(random() % 12);
-        const int axis = static_cast<int>(random() % 3);
-        const auto element = static_cast<std::size_t>(size);
-        Bytes data = randomBytes(element * volumeOf({dims[0], dims[1], dims[2]}), random);
-        Bytes expected;
-        for (int z = 0; z < dims[2]; ++z)
-            for (int y = 0; y < dims[1]; ++y)
-                for (int x = 0; x < dims[0]; ++x) {
-                    std::array<int, 3> at = {x, y, z};
-                    int& along = at[static_cast<std::size_t>(axis)];
-                    along = dims[static_cast<std::size_t>(axis)] - 1 - along;
-                    const auto from = static_cast<std::ptrdiff_t>(
-                        element *
-                        static_cast<std::size_t>((at[2] * dims[1] + at[1]) * dims[0] + at[0]));
-                    expected.insert(expected.end(), data.begin() + from,
-                                    data.begin() + from + size);
-                }
-        ASSERT_EQ(1, ZtRawData::flip(data.data(), size, dims.data(), axis));
+        const Sizes dims = {static_cast<int>(random() % 40), static_cast<int>(random() % 7),
+                            static_cast<int>(random() % 7)};
+        const std::size_t size = 1 + random() % 12;
+        const std::size_t axis = random() % 3;
+        Bytes data = randomBytes(size * volumeOf(dims), random);
+        const Bytes expected = gathered(dims, size, data, dims, [&](Sizes place) {
+            place[axis] = dims[axis] - 1 - place[axis];
+            return place;
+        });
+        ASSERT_EQ(1, ZtRawData::flip(data.data(), static_cast<int>(size), dims.data(),
+                                     static_cast<int>(axis)));
         ASSERT_EQ(expected, data) << size << " bytes, axis " << axis;
     }
     const int dims[3] = {1, 1, 1};
@@ -177,32 +164,30 @@ TEST(RawDataCrop, CutsAndGrows) {
     const unsigned char fill[12] = {201, 202, 203, 204, 205, 206, 207, 208, 209, 210, 211, 212};
     for (int round = 0; round < 1000; ++round) {
         const std::size_t size = 1 + random() % 12;
-        int dims[3];
-        int low[3];
-        int high[3];
-        for (int i = 0; i < 3; ++i) {
+        Sizes dims(3);
+        Sizes low(3);
+        Sizes high(3);
+        Sizes croppedDims(3);
+        for (std::size_t i = 0; i < 3; ++i) {
             dims[i] = static_cast<int>(random() % 8);
             low[i] = static_cast<int>(random() % 14) - 4;
-            high[i] = low[i] + static_cast<int>(random() % 9);
+            croppedDims[i] = 1 + static_cast<int>(random() % 9);
+            high[i] = low[i] + croppedDims[i] - 1;
         }
-        const Bytes source = randomBytes(size * volumeOf({dims[0], dims[1], dims[2]}), random);
+        const Bytes source = randomBytes(size * volumeOf(dims), random);
+        const Bytes expected = gathered(
+            croppedDims, size, source, dims,
+            [&](Sizes place) {
+                for (std::size_t i = 0; i < 3; ++i)
+                    place[i] += low[i];
+                return place;
+            },
+            fill);
         void* data = ztmalloc(source.size() + 1);
         std::copy(source.begin(), source.end(), static_cast<unsigned char*>(data));
-        Bytes expected;
-        for (int z = low[2]; z <= high[2]; ++z)
-            for (int y = low[1]; y <= high[1]; ++y)
-                for (int x = low[0]; x <= high[0]; ++x) {
-                    const bool inside =
-                        x >= 0 && x < dims[0] && y >= 0 && y < dims[1] && z >= 0 && z < dims[2];
-                    const auto* const from =
-                        inside
-                            ? source.data() +
-                                  size * static_cast<std::size_t>((z * dims[1] + y) * dims[0] + x)
-                            : fill;
-                    expected.insert(expected.end(), from, from + size);
-                }
-        ASSERT_EQ(1, ZtRawData::crop(data, static_cast<int>(size), dims, low, high, fill));
-        ASSERT_EQ(expected.size(), size * volumeOf({dims[0], dims[1], dims[2]}));
+        ASSERT_EQ(1, ZtRawData::crop(data, static_cast<int>(size), dims.data(), low.data(),
+                                     high.data(), fill));
+        ASSERT_EQ(croppedDims, dims);
         ASSERT_EQ(0, std::memcmp(expected.data(), data, expected.size()));
         ztfree(data);
     }
@@ -217,13 +202,219 @@ TEST(RawDataCrop, LeavesEverythingWhereItCannotCut) {
     EXPECT_EQ(0, ZtRawData::crop(data, 1, dims, low, none, nullptr));
     const int huge[3] = {INT_MAX - 1, INT_MAX - 1, INT_MAX - 1};
     EXPECT_THROW(ZtRawData::crop(data, 8, dims, low, huge, nullptr), ZtMemoryException);
-    EXPECT_EQ(before, data);
-    EXPECT_EQ(4, dims[0]);
+    EXPECT_TRUE(data == before && dims[0] == 4);
     const int one[3] = {4, 0, 0};
-    const int from[3] = {4, 0, 0};
-    EXPECT_EQ(1, ZtRawData::crop(data, 1, dims, from, one, nullptr));
+    EXPECT_EQ(1, ZtRawData::crop(data, 1, dims, one, one, nullptr));
     EXPECT_EQ(0, *static_cast<unsigned char*>(data));
     ztfree(data);
+}
+
+// --- Making volumes smaller, against block-by-block models ---
+
+/// A volume of `components` elements per voxel, and a way to cut it.
+struct Request {
+    std::array<int, 3> dims, factors;
+    int components;
+
+    std::size_t elements() const {
+        return static_cast<std::size_t>(dims[0] * dims[1] * dims[2] * components);
+    }
+};
+
+/// Calls `reduce(values)` with the elements of each block and component, in the target's order.
+template <class T, class Reduce>
+std::vector<T> reduced(const Request& request, const std::vector<T>& source, Reduce reduce) {
+    std::vector<T> target;
+    const auto [nx, ny, nz] = request.dims;
+    const auto [fx, fy, fz] = request.factors;
+    for (int z = 0; z < nz; z += fz)
+        for (int y = 0; y < ny; y += fy)
+            for (int x = 0; x < nx; x += fx)
+                for (int c = 0; c < request.components; ++c) {
+                    std::vector<T> block;
+                    for (int dz = z; dz < std::min(z + fz, nz); ++dz)
+                        for (int dy = y; dy < std::min(y + fy, ny); ++dy)
+                            for (int dx = x; dx < std::min(x + fx, nx); ++dx)
+                                block.push_back(source[static_cast<std::size_t>(
+                                    ((dz * ny + dy) * nx + dx) * request.components + c)]);
+                    target.push_back(reduce(block));
+                }
+    return target;
+}
+
+template <class T>
+T mean(const std::vector<T>& block) {
+    long double sum = 0;
+    for (const T value : block)
+        sum += static_cast<long double>(value);
+    if constexpr (std::is_floating_point_v<T>)
+        return static_cast<T>(static_cast<double>(sum) / static_cast<double>(block.size()));
+    else
+        return static_cast<T>(std::round(sum / static_cast<long double>(block.size())));
+}
+
+template <class T>
+T mostFrequent(const std::vector<T>& block) {
+    std::map<T, int> counts;
+    for (const T label : block)
+        ++counts[label];
+    return std::max_element(counts.begin(), counts.end(),
+                            [](const auto& a, const auto& b) { return a.second < b.second; })
+        ->first;
+}
+
+/// Numbers rather than NaN.
+template <class T>
+T largest(const std::vector<T>& block) {
+    T result = block[0];
+    for (const T value : block)
+        if constexpr (std::is_floating_point_v<T>)
+            result = std::fmax(result, value);
+        else
+            result = std::max(result, value);
+    return result;
+}
+
+/// Random requests: every so often with blocks of 2 x 2 x 2, of single voxels or larger than all.
+Request randomRequest(std::mt19937& random) {
+    Request request = {};
+    for (std::size_t i = 0; i < 3; ++i) {
+        request.dims[i] = static_cast<int>(random() % (i == 0 ? 90 : 8));
+        request.factors[i] = 1 + static_cast<int>(random() % 5);
+    }
+    if (random() % 3 == 0)
+        request.factors = {2, 2, 2};
+    if (random() % 10 == 0)
+        request.factors[random() % 3] = 1000000000;
+    request.components = random() % 2 ? 1 : 1 + static_cast<int>(random() % 4);
+    return request;
+}
+
+/// Integers of the whole range; floating-point numbers whose sums are exact.
+template <class T>
+std::vector<T> randomElements(const Request& request, std::mt19937& random) {
+    std::vector<T> elements(request.elements());
+    for (T& element : elements)
+        element = std::is_floating_point_v<T>
+                      ? static_cast<T>(static_cast<int>(random() % 65536) - 32768)
+                      : static_cast<T>(random());
+    return elements;
+}
+
+/// Reduces `source` by `run(target, source, dims, factors)` and by `reduce`, block by block. NaN is
+/// itself as a text.
+template <class T, class Run, class Reduce>
+void expectReduced(const Request& r, std::vector<T>& source, Run run, Reduce reduce) {
+    const std::vector<T> expected = reduced(r, source, reduce);
+    std::vector<T> target(expected.size());
+    run(target.data(), pointer(source), r.dims.data(), r.factors.data());
+    ASSERT_EQ(testing::PrintToString(expected), testing::PrintToString(target));
+}
+
+TEST(RawDataSample, AgreesWithBlocksOneByOne) {
+    std::mt19937 random(31);
+    const auto test = [&](auto zero) {
+        using T = decltype(zero);
+        constexpr bool isFloating = std::is_floating_point_v<T>;
+        Request r = randomRequest(random);
+        std::vector<T> source = randomElements<T>(r, random);
+        expectReduced(
+            r, source, [&](auto... of) { ZtRawData::downSample3DN(of..., r.components, nullptr); },
+            mean<T>);
+        for (T& value : source)
+            if (isFloating && random() % 4 == 0)
+                value = std::numeric_limits<T>::quiet_NaN();
+        expectReduced(
+            r, source,
+            [&](auto... of) {
+                ZtRawData::downSampleMaxFilterComponents3DN(of..., r.components, nullptr);
+            },
+            largest<T>);
+        if constexpr (!isFloating) {
+            r.components = 1;
+            source = randomElements<T>(r, random);
+            // Few labels make ties, and blocks of one label.
+            const unsigned labels = 1 + static_cast<unsigned>(random() % 5);
+            for (T& label : source)
+                label = static_cast<T>(random() % labels - 2);
+            expectReduced(
+                r, source, [](auto... of) { ZtRawData::downSampleLabels3D(of..., nullptr); },
+                mostFrequent<T>);
+        }
+    };
+    inEveryForm([&] {
+        for (int round = 0; round < 80; ++round)
+            forEach<signed char, unsigned char, short, unsigned short, int, unsigned, float,
+                    double>(test);
+    });
+}
+
+TEST(RawDataSample, MeansOfExtremesAndHalves) {
+    const std::array<int, 3> dims = {2, 1, 1};
+    const std::array<int, 3> factors = {2, 1, 1};
+    const auto meanOf = [&](auto a, auto b) {
+        decltype(a) source[2] = {a, b};
+        // In place.
+        ZtRawData::downSample3D(source, source, dims.data(), factors.data(), nullptr);
+        return source[0];
+    };
+    EXPECT_EQ(1, meanOf(static_cast<short>(0), static_cast<short>(1)));
+    EXPECT_EQ(-1, meanOf(static_cast<short>(0), static_cast<short>(-1)));
+    EXPECT_EQ(2147483647, meanOf(2147483647, 2147483647));
+    EXPECT_EQ(4294967295u, meanOf(4294967295u, 4294967294u));
+    EXPECT_EQ(3e38f, meanOf(3e38f, 3e38f));
+    // More values than 32 bits can sum up.
+    const std::array<int, 3> large = {512, 512, 2};
+    std::vector<unsigned short> bright(512 * 512 * 2, 65535);
+    ZtRawData::downSample3D(bright.data(), bright.data(), large.data(), large.data(), nullptr);
+    EXPECT_EQ(65535, bright[0]);
+    float complex[4] = {1, 10, 2, 20};
+    ZtRawData::downSample3D(complex, {complex, ZtPrimType::COMPLEX}, dims.data(), factors.data(),
+                            nullptr);
+    EXPECT_EQ(1.5f, complex[0]);
+    EXPECT_EQ(15, complex[1]);
+}
+
+/// Counts the slices and asks to stop after some.
+class Stopping : public ZtProgressInterface {
+public:
+    explicit Stopping(int slices) : slices_(slices) {}
+    int wasInterrupted() override { return --slices_ == 0; }
+    std::vector<float> values;
+
+private:
+    void setProgressValueGlobal(float value) override { values.push_back(value); }
+    int slices_;
+};
+
+TEST(RawDataSample, ReportsStopsRefusesTypesAndSurvivesExhaustion) {
+    const std::array<int, 3> dims = {4, 4, 8};
+    const std::array<int, 3> factors = {2, 2, 2};
+    Bytes source(4 * 4 * 8, 7);
+    for (const int slices : {2, 99}) {
+        Bytes target(2 * 2 * 4, 1);
+        Stopping progress(slices);
+        ZtRawData::downSampleLabels3D(target.data(), pointer(source), dims.data(), factors.data(),
+                                      &progress);
+        EXPECT_TRUE(target[7] == 7 && target[8] == (slices == 2 ? 1 : 7));
+        EXPECT_TRUE(!progress.isBusy() && progress.values[2] == 0.5f);
+    }
+    float data[2] = {1, 2};
+    const auto halve = [&](ZtTypedPointer values) {
+        ZtRawData::downSample3D(values, values, factors.data(), factors.data(), nullptr);
+    };
+    EXPECT_EQ(
+        "Unsupported data type string in ZtRawData::downSample3D\n"
+        "Unsupported data type float in ZtRawData::downSample3D\n",
+        errorsOf([&] {
+            halve({data, ZtPrimType::STRING});
+            ZtRawData::downSampleLabels3D(data, data, dims.data(), dims.data(), nullptr);
+        }));
+    EXPECT_EQ(1, data[0]);
+    const auto make = [] { return std::vector<float>{1, 2, 3, 4, 5, 6, 7, 8}; };
+    failEveryAllocation(
+        make, [&](std::vector<float>& values) { halve(values.data()); },
+        [&](const std::vector<float>& values) { EXPECT_EQ(make(), values); });
 }
 
 }  // namespace

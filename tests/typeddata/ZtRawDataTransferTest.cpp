@@ -3,24 +3,19 @@
 #include <gtest/gtest.h>
 #include <ztlib/ZtRawData.h>
 
-#include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <numeric>
-#include <string>
-#include <vector>
 
 #include "ContractCapture.h"
+#include "RawForms.h"
 #include "ScratchFolder.h"
 #include "platform/PlatformFaults.h"
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
 
 struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -39,25 +34,6 @@ int descriptorOf(const File& file) {
 #endif
 }
 
-Bytes someBytes(std::size_t count) {
-    Bytes bytes(count);
-    for (std::size_t i = 0; i < count; ++i)
-        bytes[i] = static_cast<unsigned char>(i * 2654435761u >> 13);
-    return bytes;
-}
-
-/// What `action` logs: the log is closed, and prints.
-template <class Action>
-std::string logOf(Action action) {
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
-}
-
-std::string textOf(const Bytes& bytes) {
-    return std::string(bytes.begin(), bytes.end());
-}
-
 Bytes contentOf(const std::string& path) {
     const File file = open(path, "rb");
     Bytes bytes(std::size_t{12} << 20);
@@ -65,35 +41,30 @@ Bytes contentOf(const std::string& path) {
     return bytes;
 }
 
-TEST(RawDataRead, ReadsInPiecesUntilAllIsThere) {
+TEST(RawDataRead, ReadsInPiecesAndTellsHowMuchItReadBeforeAFailure) {
     const ScratchFolder folder;
-    const Bytes content = someBytes((std::size_t{10} << 20) + 5);
-    const std::string path = folder.addFile("data", textOf(content));
+    std::mt19937 random(41);
+    const Bytes content = randomBytes((std::size_t{10} << 20) + 5, random);
+    const std::string path = folder.addFile("data", std::string(content.begin(), content.end()));
     const auto size = static_cast<long long>(content.size());
-    for (const long long wanted : {size, size + 1000, 12345LL, 1LL, 0LL, -5LL}) {
-        const File file = open(path, "rb");
-        Bytes bytes(content.size() + 1000, 0);
-        const platform::CallFaults faults;
-        const long long expected = std::max(std::min(wanted, size), 0LL);
-        ASSERT_EQ(expected, ZtRawData::read(descriptorOf(file), bytes.data(), wanted));
-        ASSERT_TRUE(std::equal(content.begin(),
-                               content.begin() + static_cast<std::ptrdiff_t>(expected),
-                               bytes.begin()));
-        const int calls = wanted == size ? 3 : wanted > size ? 4 : wanted > 0 ? 1 : 0;
-        EXPECT_EQ(calls, faults.calls(platform::Call::kReadFile)) << wanted;
-    }
-}
-
-TEST(RawDataRead, TellsHowMuchItReadBeforeAFailure) {
-    const ScratchFolder folder;
-    const std::string path = folder.addFile("data", textOf(someBytes(std::size_t{9} << 20)));
-    const File file = open(path, "rb");
-    Bytes bytes(std::size_t{9} << 20);
+    Bytes bytes(content.size() + 1000);
     platform::CallFaults faults;
+    for (const auto& [wanted, calls] :
+         {std::pair{size, 3}, {size + 1000, 4}, {12345LL, 1}, {1LL, 1}, {0LL, 0}, {-5LL, 0}}) {
+        const File file = open(path, "rb");
+        const long long expected = std::max(std::min(wanted, size), 0LL);
+        const int before = faults.calls(platform::Call::kReadFile);
+        std::fill(bytes.begin(), bytes.end(), static_cast<unsigned char>(0));
+        ASSERT_EQ(expected, ZtRawData::read(descriptorOf(file), bytes.data(), wanted));
+        ASSERT_TRUE(std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(expected),
+                               content.begin()));
+        EXPECT_EQ(calls, faults.calls(platform::Call::kReadFile) - before) << wanted;
+    }
+    const File file = open(path, "rb");
     faults.fail(platform::Call::kReadFile, EIO, 2);
-    const std::string logged = logOf(
-        [&] { EXPECT_EQ(8 << 20, ZtRawData::read(descriptorOf(file), bytes.data(), 9 << 20)); });
-    EXPECT_THAT(logged,
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(8 << 20, ZtRawData::read(descriptorOf(file), bytes.data(), 9 << 20));
+    EXPECT_THAT(testing::internal::GetCapturedStdout(),
                 testing::HasSubstr("ZtRawData::read() failed, ret=-1, size=9437184, errno=" +
                                    std::to_string(EIO) + " (" + std::strerror(EIO) + ")"));
     // An interrupted call is made again.
@@ -101,67 +72,51 @@ TEST(RawDataRead, TellsHowMuchItReadBeforeAFailure) {
     EXPECT_EQ(1 << 20, ZtRawData::read(descriptorOf(file), bytes.data(), 1 << 20));
 }
 
-TEST(RawDataStreams, TransferWholeElements) {
+TEST(RawDataStreams, TransferWholeElementsInTheStatedByteOrder) {
     const ScratchFolder folder;
     const std::string path = folder.of("data");
-    Bytes content = someBytes((std::size_t{9} << 20) + 7);
-    {
-        const File file = open(path, "wb");
-        EXPECT_EQ(content.size() / 3,
-                  ZtRawData::fwrite(content.data(), 3, content.size() / 3, file.get()));
-        EXPECT_EQ(0u, ZtRawData::fwrite(content.data(), SIZE_MAX / 2, 3, file.get()));
-        EXPECT_EQ(0u, ZtRawData::fwrite(content.data(), 0, 3, file.get()));
-    }
-    content.resize(content.size() / 3 * 3);
-    ASSERT_EQ(content, contentOf(path));
-    Bytes bytes(content.size() + 100);
-    const File file = open(path, "rb");
-    EXPECT_EQ(content.size() / 10,
-              ZtRawData::fread(bytes.data(), 10, content.size() / 10 + 5, file.get()));
-    EXPECT_TRUE(std::equal(content.begin(), content.end(), bytes.begin()));
-}
-
-TEST(RawDataStreams, KeepTheStatedByteOrder) {
-    const ScratchFolder folder;
-    const std::string path = folder.of("data");
-    for (int type = 0; type < ZtPrimType::kCount; ++type) {
+    std::mt19937 random(42);
+    for (int type = -1; type < ZtPrimType::kCount; ++type) {
         if (type == ZtPrimType::STRING)
             continue;
-        SCOPED_TRACE(ZtPrimType(type).getName());
-        const auto size = static_cast<std::size_t>(ZtPrimType(type).size());
-        const std::size_t word = type == ZtPrimType::COMPLEX ? 4 : size;
-        constexpr unsigned kCount = 5000;
-        Bytes content = someBytes(size * kCount);
-        const Bytes before = content;
-        Bytes reversed = content;
-        for (auto at = reversed.begin(); at != reversed.end();
-             at += static_cast<std::ptrdiff_t>(word))
-            std::reverse(at, at + static_cast<std::ptrdiff_t>(word));
-        const bool isLittle = std::endian::native == std::endian::little;
-        const auto check = [&](auto write, auto read, const Bytes& expected) {
-            {
-                const File file = open(path, "wb");
-                ASSERT_EQ(kCount, write({content.data(), type}, kCount, file.get()));
-            }
-            ASSERT_EQ(before, content);
-            ASSERT_EQ(expected, contentOf(path));
+        SCOPED_TRACE(type);
+        // Elements of three bytes in pieces, and those of the types.
+        const bool isPlain = type < 0;
+        const std::size_t size = isPlain ? 3 : static_cast<unsigned>(ZtPrimType(type).size());
+        const unsigned count = isPlain ? 3u << 20 : 5000;
+        const Bytes content = randomBytes(size * count, random);
+        const auto check = [&](auto write, auto read, bool isSwapped) {
+            Bytes source = content;
+            ASSERT_EQ(count, write({source.data(), type}, count, open(path, "wb").get()));
+            ASSERT_EQ(content, source);
+            ASSERT_EQ(isSwapped ? swapped(content, type) : content, contentOf(path));
             Bytes bytes(content.size() + size);
-            const File file = open(path, "rb");
-            ASSERT_EQ(kCount, read({bytes.data(), type}, kCount + 1, file.get()));
+            ASSERT_EQ(count, read({bytes.data(), type}, count + 1, open(path, "rb").get()));
             ASSERT_TRUE(std::equal(content.begin(), content.end(), bytes.begin()));
         };
-        check(&ZtRawData::writeLittleEndian, &ZtRawData::readLittleEndian,
-              isLittle ? content : reversed);
-        check(&ZtRawData::writeBigEndian, &ZtRawData::readBigEndian, isLittle ? reversed : content);
+        constexpr bool isLittle = std::endian::native == std::endian::little;
+        if (isPlain) {
+            check([](ZtTypedPointer data, unsigned n,
+                     std::FILE* file) { return ZtRawData::fwrite(data, 3, n, file); },
+                  [](ZtTypedPointer data, unsigned n, std::FILE* file) {
+                      return ZtRawData::fread(data, 3, n, file);
+                  },
+                  false);
+            continue;
+        }
+        check(&ZtRawData::writeLittleEndian, &ZtRawData::readLittleEndian, !isLittle);
+        check(&ZtRawData::writeBigEndian, &ZtRawData::readBigEndian, isLittle);
     }
-    // A file that cannot be written to.
-    const File file = open(path, "rb");
     float value = 1;
+    EXPECT_EQ(0u, ZtRawData::fwrite(&value, SIZE_MAX / 2, 3, open(path, "wb").get()));
+    EXPECT_EQ(0u, ZtRawData::fwrite(&value, 0, 3, open(path, "wb").get()));
+    // A file that cannot be written to, and a type that cannot be read.
+    const File file = open(path, "rb");
     EXPECT_EQ(0u, ZtRawData::writeBigEndian(&value, 1, file.get()));
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(0u, ZtRawData::readBigEndian({&value, ZtPrimType::STRING}, 1, file.get()));
-    EXPECT_EQ("Unsupported data type string in ZtRawData()\n",
-              testing::internal::GetCapturedStderr());
+    EXPECT_EQ("Unsupported data type string in ZtRawData()\n", errorsOf([&] {
+                  const ZtTypedPointer text(&value, ZtPrimType::STRING);
+                  EXPECT_EQ(0u, ZtRawData::readBigEndian(text, 1, file.get()));
+              }));
     EXPECT_EQ(1, value);
 }
 
@@ -200,13 +155,13 @@ TEST(RawDataPattern, TakesPrimitiveTypesThatMayBeWritten) {
     const int size[] = {4};
     const int stride[] = {1};
     const ZtBytePattern pattern(1, size, stride);
-    testing::internal::CaptureStderr();
-    ztmapLinear({static_cast<void*>(&value), ZtDataType("some:type")}, pattern, &other, pattern, 0,
-                1);
-    ztmapLinear(&value, pattern, {static_cast<void*>(&other), ZtDataType("some:type")}, pattern, 0,
-                1);
-    EXPECT_EQ("Unsupported data type unknown in ZtRawData()\n",
-              testing::internal::GetCapturedStderr());
+    const auto unlike = [](float& data) {
+        return ZtDataPointer(static_cast<void*>(&data), ZtDataType("some:type"));
+    };
+    EXPECT_EQ("Unsupported data type unknown in ZtRawData()\n", errorsOf([&] {
+                  ztmapLinear(unlike(value), pattern, &other, pattern, 0, 1);
+                  ztmapLinear(&value, pattern, unlike(other), pattern, 0, 1);
+              }));
     EXPECT_EQ(1, value);
     if (kChecked) {
         const ContractCapture capture;
