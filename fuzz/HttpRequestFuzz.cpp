@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "FuzzFolder.h"
 #include "SocketPair.h"
 
 namespace {
@@ -22,13 +23,13 @@ const std::string kScriptAnswer = "HTTP/1.0 204\nCache-Control: max-age=1\n\n";
 struct Daemon : ZtHttpd {
     using ZtHttpd::interprete;
 
-    fs::path folder = fs::temp_directory_path() / ("ztlib-fuzz-" + std::to_string(getpid()));
+    FuzzFolder folder;
     int calls = 0;
 
     Daemon() : ZtHttpd(0, nullptr, LOCAL_HOST_ONLY) {
-        const fs::path root = folder / "root";
+        const fs::path root = folder.path() / "root";
         fs::create_directories(root / "d");
-        std::ofstream(folder / "s") << "secret";
+        folder.addFile("s", "secret");
         std::ofstream(root / "a") << "text";
         std::ofstream(root / "b.png") << "picture";
         std::ofstream(root / "d/index.html") << "index";
@@ -39,7 +40,6 @@ struct Daemon : ZtHttpd {
         setNwCallback([](const char*, void* count) { ++*static_cast<int*>(count); }, &calls);
         FUZZ_EXPECT(std::freopen("/dev/null", "w", stdout));
     }
-    ~Daemon() override { fs::remove_all(folder); }
 };
 
 bool isAnswer(const std::string& answer) {
