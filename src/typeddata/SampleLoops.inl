@@ -54,15 +54,10 @@ inline T meanOfFew(Sum sum, double voxels) {
     } else {
         const double mean = static_cast<double>(sum) / voxels;
         const double rounded = mean + (mean < 0 ? -0.5 : 0.5);
-        // Vectors convert to signed integers only.
-        if constexpr (isSame<T, std::uint32_t>) {
-            constexpr double half = 2147483648.0;
-            const bool isUpper = rounded >= half;
-            return static_cast<T>(static_cast<std::int32_t>(rounded - (isUpper ? half : 0.0))) ^
-                   (isUpper ? 0x80000000u : 0u);
-        } else {
+        if constexpr (isSame<T, std::uint32_t>)
+            return static_cast<T>(rounded);
+        else
             return static_cast<T>(static_cast<std::int32_t>(rounded));
-        }
     }
 }
 
@@ -224,9 +219,9 @@ constexpr SampleKernels kTable = {{
     kernelsOf<std::uint8_t, std::int32_t, std::int64_t>(),
     kernelsOf<std::int16_t, std::int32_t, std::int64_t>(),
     kernelsOf<std::uint16_t, std::int32_t, std::int64_t>(),
-    // Sums of few are exact in double precision, too, to which vectors convert them.
+    // Sums of few are exact in double precision, too, to which vectors convert signed integers.
     kernelsOf<std::int32_t, double, std::int64_t>(),
-    kernelsOf<std::uint32_t, double, std::int64_t>(),
+    kernelsOf<std::uint32_t, std::int64_t, std::int64_t>(),
     kernelsOf<float, double, double>(),
     kernelsOf<double, double, double>(),
 }};
