@@ -339,6 +339,7 @@ TEST(Lines, PickBoxesAtTheirEdges) {
     EXPECT_FALSE(past.intersect(-9, ZtBox3f()));
     EXPECT_FALSE(past.intersect(ZtBox3f(0, 1, 1, 0, 0, 1), enter, exit));
     EXPECT_FALSE(ZtLine().intersect(-9, box));
+    EXPECT_TRUE(std::equal(bounds, bounds + 6, box.getValue()));
     EXPECT_EQ(ZtVec3f(2, 3, 6), ZtBox3f(1, 2, 3, 4, 5, 6).corner(5));
     ZtBox3f marked = box;
     marked[3] = kNaN;

@@ -124,6 +124,7 @@ TYPED_TEST(CutBoxes, AtCornersFacesAndOutside) {
         V again[6];
         ASSERT_EQ(3, diagonal.cutPlane(V(d / 2, 0, 0), again, w));
         EXPECT_EQ(v[0], again[0]);
+        EXPECT_EQ(3, diagonal.cutPlane(V(d / 2, 0, 0), again));
     }
     EXPECT_EQ(0, diagonal.cutPlane(T(0), v));
     ASSERT_EQ(3, diagonal.cutPlane(T(6), v));

@@ -36,9 +36,11 @@ TYPED_TEST(Vec, IsAPlainValueWithArithmeticComponentByComponent) {
         a[i] = static_cast<T>(7 + 3 * i);
         b[i] = static_cast<T>(2 - 5 * i);
     }
+    const V same(a.getValue());
     T dot = 0;
     for (int i = 0; i < kCount; ++i) {
         SCOPED_TRACE(i);
+        EXPECT_EQ(a[i], same[i]);
         EXPECT_EQ(a[i] + b[i], (a + b)[i]);
         EXPECT_EQ(a[i] - b[i], (a - b)[i]);
         EXPECT_EQ(-a[i], (-a)[i]);
@@ -52,7 +54,6 @@ TYPED_TEST(Vec, IsAPlainValueWithArithmeticComponentByComponent) {
         EXPECT_FALSE(changed.equals(a, 1) || a.equals(changed, 1));
         dot = static_cast<T>(dot + a[i] * b[i]);
     }
-    EXPECT_EQ(a, V(a.getValue()));
     EXPECT_EQ(dot, a.dot(b));
     EXPECT_EQ(a.dot(a), a.length2());
     EXPECT_NEAR(std::sqrt(static_cast<double>(a.dot(a))), static_cast<double>(a.length()), 1e-5);

@@ -48,6 +48,8 @@ TEST(ParamBundle, ReadsNumbersFromWhatItFinds) {
     const double real[] = {1.5, -2.5, 3};
     const float single[] = {0.25f, 2};
     const int whole[] = {1, -2, 3};
+    for (const char* replaced : {"real", "single", "whole"})
+        bundle.set(replaced, "text");
     bundle.set("real", 3, real);
     bundle.set("single", 2, single);
     bundle.set("whole", 3, whole);

@@ -146,6 +146,12 @@ TEST(Parameter, IsUnchangedByItsOwnTextAndMarksWhatItLiesIn) {
     EXPECT_EQ(2 | 16, p.isNew());
     EXPECT_EQ(8 | 16, inner.isNew());
     EXPECT_EQ(8 | 16, outer.isNew());
+    p.parse("3 4");
+    EXPECT_EQ("3 4", printed(p));
+    NwParameter text("p", "a \"b\"");
+    text.parse("a b");
+    EXPECT_STREQ("a \"b\"", text.getString()) << "it prints as that already";
+    EXPECT_EQ(0, text.isNew());
     for (double value : {0.0, -0.0, 123456789012.0, 4e9, -1e300, 1e-300, 1e-45, 0.1, 1e39}) {
         const auto single = static_cast<float>(value);
         for (NwParameter same : {NwParameter("p", value), NwParameter("p", 1, &single)}) {
