@@ -11,7 +11,6 @@
 #include <climits>
 #include <functional>
 #include <list>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -63,172 +62,132 @@ ZtDArray<T> arrayOf(const Keys& keys) {
     return array;
 }
 
-/// An array and its model, the keys of its elements and its capacity, changed alike at random.
-template <class T>
-class Twins {
-public:
-    explicit Twins(unsigned seed) : random_(seed) {}
-
-    void step() {
-        const int n = size();
-        const int key = random_.below(kKeys);
-        const int a = random_.below(n + 1);
-        const int b = random_.below(n + 1);
-        const int first = std::min(a, b);
-        const int last = std::max(a, b);
-        const int count = last - first;
-        const bool areIndices = last < n;
-        const int own = a < n ? *at(a) : key;
-        const T element = make<T>(key);
-        const std::function<void()> growing[] = {
-            [&] {
-                EXPECT_EQ(n, array_.push(element));
-                EXPECT_EQ(n + 1, array_.push(a < n ? array_[a] : element));
-                insert(n, {key});
-                insert(n + 1, {own});
-            },
-            [&] {
-                const Keys added(static_cast<std::size_t>(b % 5), key);
-                array_.insert(a, b % 5, arrayOf<T>(added).dataPtr());
-                insert(a, added);
-            },
-            [&] {  // own elements, which do not straddle the position
-                const int places[] = {0, first, last, n};
-                const int pos = random_.of(places);
-                array_.insert(pos, count, array_.dataPtr() + first);
-                insert(pos, Keys(at(first), at(last)));
-            },
-            [&] {
-                n > 20 ? array_.insertArray(0, array_) : (void)array_.appendArray(array_);
-                insert(n, Keys(model_));
-            },
-            [&] {
-                array_.join(arrayOf<T>({key, key + 1, key}));
-                array_.join(array_);
-                for (const int other : {key, key + 1})
-                    if (std::find(model_.begin(), model_.end(), other) == model_.end())
-                        insert(size(), {other});
-            },
-            [&] {
-                ZtDArray<T> other(array_);
-                other.push(element);
-                array_ = other;
-                insert(n, {key});
-            },
-            [&] {
-                array_.sort(compareKeys<T>);
-                std::sort(model_.begin(), model_.end());
-                const int found = array_.findSorted(element, compareKeys<T>);
-                EXPECT_EQ(std::binary_search(model_.begin(), model_.end(), key), found >= 0);
-                EXPECT_TRUE(found < 0 || keyOf(array_[found]) == key);
-                const auto after = std::upper_bound(model_.begin(), model_.end(), key);
-                const int pos = static_cast<int>(after - model_.begin());
-                EXPECT_EQ(pos, array_.insertSorted(element, compareKeys<T>));
-                insert(pos, {key});
-            }};
-        const std::function<void()> rearranging[] = {
-            [&] { array_.reverse(), std::reverse(model_.begin(), model_.end()); },
-            [&] {
-                array_.rotate(a), std::rotate(model_.begin(), at(n - a), model_.end());
-                array_.rotate(-b), std::rotate(model_.begin(), at(b), model_.end());
-            },
-            [&] {
-                if (areIndices)
-                    array_.swap(a, b), std::iter_swap(at(a), at(b));
-            },
-            [&] {
-                ZtDArray<T> moved(std::move(array_));
-                array_.swapWith(moved);
-            },
-            [&] {
-                T* const buffer = array_.dataPtr();
-                array_.release();
-                EXPECT_EQ(0, array_.getMax());
-                array_.setRawData(n, buffer);
-                max_ = n;
-            },
-            [&] {
-                if (areIndices && key == 0)
-                    array_.fill(array_[a]), model_.assign(model_.size(), own);
-            }};
-        const std::function<void()> shrinking[] = {
-            [&] { array_.remove(first, count), erase(first, last); },
-            [&] { array_.removeLast(count), erase(n - count, n); },
-            [&] { array_.pop_back(), erase(n - 1, n); },
-            [&] {
-                EXPECT_EQ(a, array_.resize(a));
-                erase(a, n);
-            },
-            [&] { array_ = arrayOf<T>(Keys(at(0), at(a))), erase(a, n); },
-            [&] {
-                EXPECT_EQ(max_ - n, array_.remax());
-                max_ = n;
-            },
-            [&] {
-                T out = element;
-                EXPECT_EQ(n > 0, array_.pop(out));
-                EXPECT_EQ(n > 0 ? model_.back() : key, keyOf(out));
-                erase(n - 1, n);
-            },
-            [&] {
-                const auto removed = std::erase(model_, own);
-                EXPECT_EQ(removed, static_cast<std::size_t>(
-                                       array_.removeValue(a < n ? array_[a] : element)));
-            }};
-        const int kind = n > 60 ? 0 : random_.below(10);
-        (kind < 3   ? random_.of(shrinking)
-         : kind < 6 ? random_.of(rearranging)
-                    : random_.of(growing))();
-    }
-
-    void check() {
-        ASSERT_EQ(model_, keys(array_));
-        ASSERT_EQ(max_, array_.getMax());
-        ASSERT_EQ(size(), array_.size());
-        const int key = random_.below(kKeys);
-        const auto found = std::find(model_.begin(), model_.end(), key);
-        ASSERT_EQ(found == model_.end() ? -1 : found - model_.begin(), array_.index(make<T>(key)));
-        const ZtDArray<T> copy(array_);
-        ASSERT_EQ(array_.size(), copy.getMax());
-        ASSERT_TRUE(copy == array_);
-    }
-
-private:
-    static constexpr int kKeys = 12;
-
-    int size() const { return static_cast<int>(model_.size()); }
-    auto at(int i) { return model_.begin() + i; }
-
-    void insert(int pos, const Keys& added) {
-        const int needed = size() + static_cast<int>(added.size());
-        if (needed > max_)
-            max_ = std::max(needed, static_cast<int>(size() * 1.5));
-        model_.insert(at(pos), added.begin(), added.end());
-    }
-    void erase(int from, int to) { model_.erase(at(std::max(from, 0)), at(to)); }
-
-    Random random_;
-    ZtDArray<T> array_;
-    Keys model_;
-    int max_ = 0;
-};
-
 template <class T>
 class ZtDArrayOf : public testing::Test {};
 using ElementTypes = testing::Types<char, int, double, ZtString>;
 TYPED_TEST_SUITE(ZtDArrayOf, ElementTypes);
 
+// An array and its model, the keys of its elements and its capacity, are changed alike at random.
 TYPED_TEST(ZtDArrayOf, AgreesWithItsModel) {
-    const AllocationWatch watch;
-    for (unsigned seed = 0; seed < 30; ++seed) {
-        SCOPED_TRACE(seed);
-        Twins<TypeParam> twins(seed);
-        for (int i = 0; i < 400 && !this->HasFailure(); ++i) {
-            twins.step();
-            twins.check();
-        }
+    using T = TypeParam;
+    Random random(1);
+    ZtDArray<T> array;
+    Keys model;
+    int max = 0;
+    const auto at = [&](int i) { return model.begin() + i; };
+    const auto erase = [&](int from, int to) { model.erase(at(std::max(from, 0)), at(to)); };
+    const auto insert = [&](int pos, const Keys& added) {
+        const auto size = static_cast<int>(model.size());
+        const int needed = size + static_cast<int>(added.size());
+        if (needed > max)
+            max = std::max(needed, static_cast<int>(size * 1.5));
+        model.insert(at(pos), added.begin(), added.end());
+    };
+    for (int i = 0; i < 12000 && !this->HasFailure(); ++i) {
+        SCOPED_TRACE(i);
+        if (i % 400 == 0)
+            array = ZtDArray<T>(), model.clear(), max = array.getMax();
+        const auto n = static_cast<int>(model.size());
+        const int key = random.below(12);
+        const int a = random.below(n + 1);
+        const int b = random.below(n + 1);
+        const int first = std::min(a, b);
+        const int last = std::max(a, b);
+        const int count = last - first;
+        const int own = a < n ? *at(a) : key;
+        const T element = make<T>(key);
+        const std::function<void()> growing[] = {
+            [&] {
+                EXPECT_EQ(n, array.push(element));
+                EXPECT_EQ(n + 1, array.push(a < n ? array[a] : element));
+                insert(n, {key});
+                insert(n + 1, {own});
+            },
+            [&] {
+                const Keys added(static_cast<std::size_t>(b % 5), key);
+                array.insert(a, b % 5, arrayOf<T>(added).dataPtr());
+                insert(a, added);
+            },
+            [&] {  // own elements, which do not straddle the position
+                const int places[] = {0, first, last, n};
+                const int pos = random.of(places);
+                array.insert(pos, count, array.dataPtr() + first);
+                insert(pos, Keys(at(first), at(last)));
+            },
+            [&] { array.appendArray(array), insert(n, Keys(model)); },
+            [&] {
+                array.join(arrayOf<T>({key, key + 1, key}));
+                for (const int other : {key, key + 1})
+                    if (std::find(model.begin(), model.end(), other) == model.end())
+                        insert(static_cast<int>(model.size()), {other});
+            },
+            [&] {
+                ZtDArray<T> other(array);
+                other.push(element);
+                array = other;
+                insert(n, {key});
+            },
+            [&] {
+                array.sort(compareKeys<T>);
+                std::sort(model.begin(), model.end());
+                const int found = array.findSorted(element, compareKeys<T>);
+                EXPECT_EQ(std::binary_search(model.begin(), model.end(), key), found >= 0);
+                EXPECT_TRUE(found < 0 || keyOf(array[found]) == key);
+                const auto after = std::upper_bound(model.begin(), model.end(), key);
+                const int pos = static_cast<int>(after - model.begin());
+                EXPECT_EQ(pos, array.insertSorted(element, compareKeys<T>));
+                insert(pos, {key});
+            }};
+        const std::function<void()> others[] = {
+            [&] { array.reverse(), std::reverse(model.begin(), model.end()); },
+            [&] {
+                array.rotate(a), std::rotate(model.begin(), at(n - a), model.end());
+                array.rotate(-b), std::rotate(model.begin(), at(b), model.end());
+            },
+            [&] {
+                if (last < n)
+                    array.swap(a, b), std::iter_swap(at(a), at(b));
+            },
+            [&] {
+                ZtDArray<T> moved(std::move(array));
+                array.swapWith(moved);
+            },
+            [&] {
+                if (a < n && key < 3)
+                    array.fill(array[a]), model.assign(model.size(), own);
+            },
+            [&] { array.remove(first, count), erase(first, last); },
+            [&] { array.removeLast(count), erase(n - count, n); },
+            [&] { array.pop_back(), erase(n - 1, n); },
+            [&] {
+                EXPECT_EQ(a, array.resize(a));
+                erase(a, n);
+            },
+            [&] { array = arrayOf<T>(Keys(at(0), at(a))), erase(a, n); },
+            [&] {
+                EXPECT_EQ(max - n, array.remax());
+                max = n;
+            },
+            [&] {
+                T out = element;
+                EXPECT_EQ(n > 0, array.pop(out));
+                EXPECT_EQ(n > 0 ? model.back() : key, keyOf(out));
+                erase(n - 1, n);
+            },
+            [&] {
+                const auto removed = static_cast<int>(std::erase(model, own));
+                EXPECT_EQ(removed, array.removeValue(a < n ? array[a] : element));
+            }};
+        (n > 60 || random.below(2) ? random.of(others) : random.of(growing))();
+
+        ASSERT_EQ(model, keys(array));
+        ASSERT_EQ(max, array.getMax());
+        const auto found = std::find(model.begin(), model.end(), key);
+        ASSERT_EQ(found == model.end() ? -1 : found - model.begin(), array.index(element));
+        const ZtDArray<T> copy(array);
+        ASSERT_EQ(array.size(), copy.getMax());
+        ASSERT_TRUE(copy == array);
     }
-    EXPECT_EQ(0, watch.liveBlocks());
 }
 
 TEST(ZtDArray, SizesAndCapacitiesFollowTheirArguments) {
@@ -245,17 +204,13 @@ TEST(ZtDArray, SizesAndCapacitiesFollowTheirArguments) {
     EXPECT_EQ(95, array.getMax());
     EXPECT_EQ(95, array.appendSpace(2));
     EXPECT_EQ(142, array.getMax());
-
-    array = arrayOf<int>({1, 2, 3});
-    EXPECT_EQ(0, ZtDArray<int>(array).resize(-5));
-    EXPECT_EQ(3, array.appendSpace(-2));
-    EXPECT_THAT(keys(array), ElementsAre(1));
+    EXPECT_EQ(97, array.appendSpace(-96));
+    EXPECT_EQ(0, array.last());
     EXPECT_EQ(INT_MAX, array.appendSpace(INT_MIN));
     EXPECT_EQ(0, array.append(0, nullptr));
     array.insertSpace(0, -1);
-    array.remove(0, 0);
     array.removeLast(-2);
-    EXPECT_EQ(0, array.size());
+    EXPECT_EQ(0, array.resize(-5));
 
     ZtDArray<int> wide;
     wide.setRawData(3, nullptr);
@@ -269,6 +224,10 @@ TEST(ZtDArray, SizesAndCapacitiesFollowTheirArguments) {
     EXPECT_EQ(7, ZtDArray<int>(4, 7).getMax());
     EXPECT_EQ(4 * sizeof(int), ZtDArray<int>(4).dataSizeInBytes());
 
+    const ZtDArray<int> sorted = arrayOf<int>({2, 4, 8, 16});
+    EXPECT_EQ(2, sorted.findSorted(8, compareKeys<int>, -1, 2));
+    EXPECT_EQ(0, sorted.findSorted(2, compareKeys<int>, 0, 4));
+
     // A source that straddles the position is taken as it lies: safe, with any value past it.
     ZtDArray<ZtString> texts = arrayOf<ZtString>({1, 2});
     texts.insertArray(1, texts);
@@ -280,30 +239,14 @@ TEST(ZtDArray, RawSlotsOfClassesAreUsable) {
     ZtDArray<ZtString> texts(2, 8);
     texts.resize(20);
     texts.insertSpace(1, 3);
-    texts[1] = "one";
     texts[2] += "two";
-    EXPECT_STREQ("two", texts[2].getString());
-    EXPECT_STREQ("", texts[22].getString());
     texts.remax(40, 30);
-    EXPECT_STREQ("one", texts[1].getString());
-    EXPECT_TRUE(texts[29].isEmptyString());
-    const ZtDArray<ZtString> copy(texts);
-    EXPECT_EQ(1, copy.index("one"));
+    EXPECT_TRUE(texts[1].isEmptyString() && texts[29].isEmptyString());
+    EXPECT_EQ(2, ZtDArray<ZtString>(texts).index("two"));
     ZtDArray<ZtHandle<ZtString>> handles(3);
     handles[1] = new ZtString("kept");
     handles.remove(0, 1);
     EXPECT_STREQ("kept", handles[0]->getString());
-}
-
-TEST(ZtDArray, BisectionLooksAtExplicitBounds) {
-    const auto compare = compareKeys<int>;
-    const ZtDArray<int> array = arrayOf<int>({2, 4, 8, 16});
-    EXPECT_EQ(2, array.findSorted(8, compare, -1, 2));
-    EXPECT_EQ(0, array.findSorted(2, compare, 0, 4));
-    EXPECT_EQ(1, array.findSorted(4, compare, 1, 3));
-    EXPECT_EQ(-1, array.findSorted(1, compare));
-    EXPECT_EQ(-1, array.findSorted(17, compare));
-    EXPECT_EQ(-1, ZtDArray<int>().findSorted(1, compare));
 }
 
 // More than 31 bits of elements or an address space of bytes is an exhausted memory.
@@ -337,10 +280,8 @@ TEST(ZtDArray, EveryFailedAllocationLeavesItAsItWas) {
     const ZtString text = make<ZtString>(5);
     const auto make = [] { return Array(arrayOf<ZtString>({1, 2, 3, 4})); };
     const std::function<void(Array&)> operations[] = {
-        [&](Array& a) { a.push(text); },
         [](Array& a) { a.push(a[1]); },
         [&](Array& a) { a.insert(1, 5, more); },
-        [](Array& a) { a.insertArray(2, a); },
         [&](Array& a) { a.insertSorted(text, compareKeys<ZtString>); },
         [&](Array& a) { a.appendArray(more); },
         [&](Array& a) { a.join(more); },
@@ -365,27 +306,20 @@ TEST(ZtDArray, EveryFailedAllocationLeavesItAsItWas) {
 
 TEST(ZtDArray, IndicesAreContracts) {
     using Array = ZtDArray<int>;
-    const std::pair<const char*, std::function<void(Array&)>> operations[] = {
-        {"index below 0", [](Array& a) { (void)a[-1]; }},
-        {"index at the size", [](Array& a) { (void)a[a.size()]; }},
-        {"unsigned index", [](Array& a) { (void)a[~0u]; }},
-        {"last of none", [](Array& a) { a.clear(), (void)a.last(); }},
-        {"remove", [](Array& a) { a.remove(1, 3); }},
-        {"removeLast", [](Array& a) { a.removeLast(4); }},
-        {"insert", [](Array& a) { a.insert(4, 1); }},
-        {"swap", [](Array& a) { a.swap(0, 3); }},
-        {"rotate", [](Array& a) { a.rotate(4); }},
-        {"rotate by the least number", [](Array& a) { a.rotate(INT_MIN); }},
-    };
-    ContractCapture capture;
-    for (const auto& [name, operation] : operations) {
-        Array array = arrayOf<int>({1, 2, 3});
-        if (kChecked) {
-            EXPECT_THROW(operation(array), BrokenContract) << name;
-        }
-    }
-    // Where nothing is checked, these stay within the array.
+    void (*const operations[])(Array&) = {
+        [](Array& a) { (void)a[-1]; },    [](Array& a) { (void)a[3]; },
+        [](Array& a) { (void)a[~0u]; },   [](Array& a) { a.clear(), (void)a.last(); },
+        [](Array& a) { a.remove(1, 3); }, [](Array& a) { a.removeLast(4); },
+        [](Array& a) { a.insert(4, 1); }, [](Array& a) { a.swap(0, 3); },
+        [](Array& a) { a.rotate(4); },    [](Array& a) { a.rotate(INT_MIN); }};
+    const ContractCapture capture;
     Array array = arrayOf<int>({1, 2, 3});
+    for (auto* operation : operations)
+        if (kChecked) {
+            Array changed(array);
+            EXPECT_THROW(operation(changed), BrokenContract);
+        }
+    // Where nothing is checked, these stay within the array.
     if (!kChecked) {
         array.rotate(INT_MIN);
         array.rotate(4);
@@ -396,13 +330,11 @@ TEST(ZtDArray, IndicesAreContracts) {
     }
 }
 
-// 64-bit indices count by their low 32 bits.
+// Every kind of integer; those of 64 bits count by their low 32 bits.
 TEST(ZtDArray, TakesEveryIntegerAsAnIndex) {
     const ZtDArray<int> array = arrayOf<int>({1, 2, 3});
-    EXPECT_EQ(6, array[short{1}] + array[1u] + array['\1']);
-    EXPECT_EQ(6, array[std::size_t{1}] + array[std::ptrdiff_t{1}] + array[1L]);
-    EXPECT_EQ(4, array[1LL] + array[1ULL]);
-    EXPECT_EQ(3, array[(1LL << 32) + 2]);
+    EXPECT_EQ(8, array[short{1}] + array[1u] + array['\1'] + array[1L]);
+    EXPECT_EQ(9, array[std::size_t{1}] + array[1LL] + array[1ULL] + array[(1LL << 32) + 2]);
 }
 
 struct Tree {  // neither complete where it is named nor equal to anything
@@ -411,9 +343,6 @@ struct Tree {  // neither complete where it is named nor equal to anything
 };
 
 struct Registered {};
-struct HasText {
-    std::string text;
-};
 
 }  // namespace
 
@@ -423,16 +352,10 @@ struct ZtIsRelocatable<Registered> : std::false_type {};
 namespace {
 
 TEST(ZtDArray, TakesWhatMovesByItsBytes) {
-    static_assert(ZtIsRelocatable<int>::value && ZtIsRelocatable<ZtString>::value);
-    static_assert(ZtIsRelocatable<ZtHandle<ZtString>>::value &&
-                  ZtIsRelocatable<ZtDArray<int>>::value);
     static_assert(ZtIsRelocatable<std::vector<int>>::value && ZtIsRelocatable<Tree>::value);
-    static_assert(!ZtIsRelocatable<std::string>::value && !ZtIsRelocatable<std::wstring>::value);
-    static_assert(!ZtIsRelocatable<std::map<int, int>>::value);
-    static_assert(!ZtIsRelocatable<std::list<int>>::value);
+    static_assert(!ZtIsRelocatable<std::string>::value && !ZtIsRelocatable<std::list<int>>::value);
     static_assert(!ZtIsRelocatable<std::pair<int, std::string>>::value);
     static_assert(!ZtIsRelocatable<std::string[2]>::value && !ZtIsRelocatable<Registered>::value);
-    static_assert(ZtIsRelocatable<HasText>::value);  // it cannot be known
     static_assert(sizeof(ZtDArray<double>) == 2 * sizeof(int) + sizeof(void*));
 
     Tree root{1, {}};

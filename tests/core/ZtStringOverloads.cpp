@@ -14,28 +14,24 @@ std::string OVERLOAD_FAILURES() {
             failures.append(" line ").append(std::to_string(line));
     };
 #define EXPECT(condition) expect(condition, __LINE__)
-#define EXPECT_ORDER(smaller, larger)                                                       \
-    EXPECT((smaller) < (larger) && (smaller) <= (larger) && (smaller) != (larger));         \
-    EXPECT((larger) > (smaller) && (larger) >= (smaller) && !((larger) == (smaller)));      \
-    EXPECT(!((larger) < (smaller)) && !((larger) <= (smaller)) && !((smaller) > (larger))); \
-    EXPECT(!((smaller) >= (larger)) && (larger) == (larger) && !((larger) != (larger)))
+#define EXPECT_ORDER(smaller, larger)                                                        \
+    EXPECT((smaller) < (larger) && (smaller) <= (larger) && (smaller) != (larger));          \
+    EXPECT((larger) > (smaller) && (larger) >= (smaller) && (larger) != (smaller));          \
+    EXPECT(!((smaller) > (larger)) && !((smaller) >= (larger)) && !((smaller) == (larger))); \
+    EXPECT(!((larger) < (smaller)) && !((larger) <= (smaller)) && !((larger) == (smaller)))
     ZtString s("m");
     const ZtString c("m");
     char array[] = "z";
     char* pointer = array;
     const char* constPointer = array;
+    // Every kind of text, at the right and at the left.
     EXPECT_ORDER(s, ZtString("z"));
     EXPECT_ORDER(c, s + "z");
-    EXPECT((s == c && c == s && !(s != c)));
-    // Every kind of text, at the right and at the left.
-#define EXPECT_ORDER_OF(text)                                                   \
-    EXPECT(s < text && s <= text && s != text && !(c == text) && !(c > text));  \
-    EXPECT(!(c >= text) && text > s && text >= s && text != c && !(text == c)); \
-    EXPECT(!(text < s) && !(text <= s) && "m" == c && c == "m" && "m" <= c && s >= "m")
-    EXPECT_ORDER_OF(array);
-    EXPECT_ORDER_OF(pointer);
-    EXPECT_ORDER_OF(constPointer);
-    EXPECT_ORDER_OF("z");
+    EXPECT_ORDER(s, array);
+    EXPECT_ORDER(c, pointer);
+    EXPECT_ORDER(s, constPointer);
+    EXPECT_ORDER(c, "z");
+    EXPECT(s == c && !(s != c) && c == "m" && "m" == c && "m" <= c && s >= "m");
     // Null: neither equal nor different.
     const char* const none = nullptr;
     EXPECT(!(s == nullptr) && !(s == NULL) && !(s == 0) && !(s == none) && !(nullptr == c));
@@ -48,26 +44,21 @@ std::string OVERLOAD_FAILURES() {
     made = nullptr;
     made = 0;
     made += array;
-    made += pointer;
     made += 'c';
     made += c;
-    EXPECT(made == "zzcm" && made.index('c') == 2 && made.index("c") == 2 &&
-           made.index("z", 1) == 1);
-    EXPECT(made.rindex('z') == 1 && made.rindex('z', 0) == 0 && made.index('z', 1) == 1);
+    EXPECT(made == "zcm" && made.index('c') == 1 && made.index("c") == 1 && made.rindex('z') == 0);
+    EXPECT(made.index("z", 1) == -1 && made.index('z', 1) == -1 && made.rindex('m', 0) == -1);
     EXPECT(ZtString(0, "%d", 5) == "5" && ZtString("abc", 1, 1) == "b" && ZtString(nullptr) == "");
-    EXPECT((c + "n") == "mn" && (c + made) == "mzzcm");
     bool ok = false;
     EXPECT(s.toInt() + s.toInt(ok) + s.toInt(&ok) == 0 && s.toFloat(ok) + s.toFloat(&ok) == 0.0F);
-    made.setInt64(5);
     made.setInt64(5L);
     made.setInt64(5ULL);
     EXPECT(made == ZtString::fromInt64(sizeof 'c' + 4) && made.toInt64() == ZtString::toInt64("5"));
     const std::size_t at = 0;
     EXPECT(made[0] == '5' && made[at] == '5' && made[0LL] == '5' && *made == '5');
     ZtDArray<ZtString> list;
-    list.push(made);
     list.push("text");
-    EXPECT(list.contains("text") && list.index(made) == 0);
+    EXPECT(list.contains("text") && list.index(made) == -1);
     ZtStringTokenizerGeneral tokenizer(made, ",");
     tokenizer = "a,b";
     EXPECT(tokenizer.nextToken() == "a");
