@@ -27,19 +27,16 @@ std::string messageFor(std::size_t count) {
 
 // Blocks of all kinds, small and on huge pages, keep their bytes through growing and shrinking.
 TEST(ZtMemory, BlocksKeepTheirBytes) {
-    const std::size_t sizes[] = {1, 24, 4096, 1u << 20, 5u << 20, 23u << 20, (4u << 20) - 1, 100};
     unsigned char* block = nullptr;
     std::size_t held = 0;
-    for (const std::size_t size : sizes) {
+    for (const std::size_t size : {1u, 24u, 4096u, 5u << 20, 23u << 20, (4u << 20) - 1, 100u}) {
         SCOPED_TRACE(size);
         block = static_cast<unsigned char*>(ztrealloc(block, size));
-        ASSERT_NE(nullptr, block);
         EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(block) % alignof(std::max_align_t));
         for (std::size_t i = 0; i < std::min(held, size); i += 61)
             ASSERT_EQ(static_cast<unsigned char>(i * 7), block[i]) << i;
-        for (std::size_t i = 0; i < size; ++i)
-            block[i] = static_cast<unsigned char>(i * 7);
-        held = size;
+        for (held = 0; held < size; ++held)
+            block[held] = static_cast<unsigned char>(held * 7);
     }
     EXPECT_EQ(nullptr, ztrealloc(block, 0));
     ztfree(nullptr);

