@@ -63,11 +63,10 @@ TEST(ParamBundle, ReadsNumbersFromWhatItFinds) {
         const char* name;
         int n;
         std::vector<int> values;  // empty: not found
-    } rows[] = {{"real", 3, {2, -2, 3}}, {"real", 2, {}},         {"whole", 3, {1, -2, 3}},
-                {"text", 3, {1, -2, 3}}, {"text", 2, {1, -2}},    {"text", 4, {}},
-                {"single", 2, {0, 2}},   {"point", 3, {1, 0, 0}}, {"blank", 2, {7, 7}},
-                {"dash", 1, {12}},       {"dash", 2, {}},         {"3D", 1, {4}},
-                {"_3d", 1, {4}},         {"none", 0, {}},         {"parsed", 2, {5, 6}}};
+    } rows[] = {{"real", 3, {2, -2, 3}}, {"real", 2, {}},       {"whole", 3, {1, -2, 3}},
+                {"text", 2, {1, -2}},    {"text", 4, {}},       {"single", 2, {0, 2}},
+                {"point", 3, {1, 0, 0}}, {"blank", 2, {7, 7}},  {"dash", 2, {}},
+                {"_3d", 1, {4}},         {"parsed", 2, {5, 6}}, {"none", 0, {}}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name + std::to_string(row.n));
         std::vector<int> values(4);
@@ -84,7 +83,6 @@ TEST(ParamBundle, ReadsNumbersFromWhatItFinds) {
     double number = 0;
     EXPECT_EQ(0, bundle.findReal("real", number));
     EXPECT_EQ(1, bundle.findReal("real", 0, &number));
-    EXPECT_TRUE(bundle.findReal("point", number) == 1 && number == 1.5);
     const char* text = nullptr;
     EXPECT_EQ(1, bundle.findString("3d", text));
     EXPECT_STREQ("4", text);
@@ -135,13 +133,11 @@ TEST(ParamBundle, KnowsTheBundlesOfEveryApplication) {
     NwParamBundle* const ids = root.boundaryIds(1);
     EXPECT_STREQ("BoundaryIds", ids->name());
     EXPECT_EQ(4 | 32, ids->flag(255));
-    EXPECT_EQ(ids, root.boundaryIds(1));
     EXPECT_EQ(ids, root.bundle("boundaryconditions"));
 
     EXPECT_EQ(nullptr, root.dicomAll());
     root.dicomAllCreate().set("G0010-0010", "Doe^Jane");
     EXPECT_EQ(root.dicomAll(), root.bundle("dicom")->bundle("all"));
-    EXPECT_EQ(root.dicomAll(), &root.dicomAllCreate());
 }
 
 TEST(ParamBundle, PrintsToStreamsWithCommasAndWithoutWhatIsHidden) {
@@ -218,64 +214,38 @@ TEST(ParamBundle, DepthIsNoLimit) {
     EXPECT_EQ(depth + depth - 2, levels);
 }
 
-// A node of a class of its own that counts how many live.
-template <class Base>
-struct Counted : Base {
-    explicit Counted(const char* name) : Base(name, "x") { ++alive; }
-    Counted(const Counted& other) : Base(other) { ++alive; }
-    ~Counted() override { --alive; }
-    Counted* duplicate() const override { return new Counted(*this); }
-    static inline int alive = 0;
+struct OwnClass : NwParameter {
+    using NwParameter::NwParameter;
+    OwnClass* duplicate() const override { return new OwnClass(*this); }
 };
-struct NamedBundle : NwParamBundle {
-    NamedBundle(const char* name, const char*) : NwParamBundle(name) {}
-};
-using CountedParameter = Counted<NwParameter>;
-using CountedBundle = Counted<NamedBundle>;
 
 TEST(ParamBundle, OwnsNodesOfEveryClass) {
-    const auto expectAlive = [](int bundles, int parameters) {
-        EXPECT_EQ(bundles, CountedBundle::alive);
-        EXPECT_EQ(parameters, CountedParameter::alive);
-    };
     NwParamEditCheck check;
-    {
-        NwParamBundle root("root");
-        auto* const bundle = new CountedBundle("bundle");
-        auto* const parameter = new CountedParameter("p");
-        root.insert(bundle);
-        bundle->insert(parameter);
-        parameter->setFlag(NwParamBase::kNotCopied, 1);
-        parameter->setEditCheck(&check);
-        root.copy(bundle);
-        expectAlive(1, 1);
-        NwParamBundle copy(root), third("third");
-        expectAlive(2, 1);
-        copy.copyAll(root);
-        expectAlive(2, 2);
-        third.copyAll(&root);
-        expectAlive(3, 3);
-        EXPECT_EQ(&check, copy.bundle(0)->find("p")->editCheck());
-        EXPECT_EQ(&check, third.bundle(0)->find("p")->editCheck());
+    NwParamBundle root("root");
+    NwParamBundle& bundle = *root.bundle("bundle", 1);
+    auto* const parameter = new OwnClass("p", "x");
+    bundle.insert(parameter);
+    parameter->setFlag(NwParamBase::kNotCopied, 1);
+    parameter->setEditCheck(&check);
+    NwParamBundle copy(root);
+    EXPECT_EQ(0, copy.bundle(0)->size());
+    copy.copy(parameter);
+    EXPECT_EQ(1, copy.size());
+    copy.copyAll(&root);
+    const NwParameter* const copied = copy.bundle(0)->find("p");
+    ASSERT_NE(nullptr, dynamic_cast<const OwnClass*>(copied));
+    EXPECT_EQ(&check, copied->editCheck());
 
-        delete parameter;  // leaves its bundle
-        EXPECT_EQ(0, bundle->size());
-        for (const char* name : {"a", "b", "c", "d", "e"})
-            root.insert(new CountedParameter(name));
-        for (int i = 0; i < root.size(); ++i)
-            root.remove(root[i]);
-        EXPECT_EQ("root {\n    a \"x\"\n    c \"x\"\n    e \"x\"\n}\n", printed(root));
-        {
-            CountedParameter onStack("on stack");
-            root.insert(&onStack);
-        }
-        EXPECT_EQ(3, root.size());
-        const std::unique_ptr<NwParamBase> kept(root[1]);
-        root.remove(kept.get(), 1);
-        EXPECT_EQ(nullptr, kept->owner());
-        expectAlive(2, 5);
+    delete parameter;  // leaves its bundle
+    EXPECT_EQ(0, bundle.size());
+    {
+        OwnClass onStack("on stack", "x");
+        root.insert(&onStack);
     }
-    expectAlive(0, 0);
+    EXPECT_EQ(1, root.size());
+    const std::unique_ptr<NwParamBase> kept(&bundle);
+    root.remove(&bundle, 1);
+    EXPECT_EQ(nullptr, kept->owner());
 }
 
 TEST(ParamBundle, SurvivesExhaustedMemory) {

