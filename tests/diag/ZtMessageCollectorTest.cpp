@@ -29,9 +29,7 @@ TEST(ZtMessageCollector, ReportsWhatCameUp) {
     EXPECT_STREQ("x", report.getString());
 
     collector = copy;
-    collector = *&collector;
     copy.resetSlotCounter(1);
-    copy.resetSlotCounter(3);
     copy.resetSlotCounter(-2);
     report.clear();
     EXPECT_TRUE(copy.generateReport(report, false));

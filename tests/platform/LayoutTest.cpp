@@ -1,60 +1,12 @@
 // What compiled plug-ins rely on: the sizes of the public types and the order of virtual slots.
 #include <gtest/gtest.h>
-#include <ztlib/NwParamBundle.h>
-#include <ztlib/NwParamEditCheck.h>
-#include <ztlib/NwParameter.h>
-#include <ztlib/TrDeployMD5.h>
-#include <ztlib/ZtAllocator.h>
-#include <ztlib/ZtBitfield.h>
-#include <ztlib/ZtBox3f.h>
-#include <ztlib/ZtBytePattern.h>
-#include <ztlib/ZtConnectedComponents.h>
-#include <ztlib/ZtCreateUIDs.h>
-#include <ztlib/ZtCutBoxPlane.h>
-#include <ztlib/ZtCutBoxPlaneDouble.h>
-#include <ztlib/ZtDArray.h>
-#include <ztlib/ZtDMatrix.h>
-#include <ztlib/ZtDSO.h>
-#include <ztlib/ZtDataPointer.h>
-#include <ztlib/ZtEditable.h>
-#include <ztlib/ZtFilename.h>
-#include <ztlib/ZtFrameID.h>
-#include <ztlib/ZtHandle.h>
-#include <ztlib/ZtHttpd.h>
-#include <ztlib/ZtInterface.h>
-#include <ztlib/ZtLine.h>
-#include <ztlib/ZtLogFile.h>
-#include <ztlib/ZtMat3f.h>
-#include <ztlib/ZtMat4f.h>
-#include <ztlib/ZtMemoryException.h>
-#include <ztlib/ZtMessageCollector.h>
-#include <ztlib/ZtPlane.h>
-#include <ztlib/ZtProgressInterface.h>
-#include <ztlib/ZtRemotificationID.h>
-#include <ztlib/ZtResult.h>
-#include <ztlib/ZtRotation.h>
-#include <ztlib/ZtScanConvert.h>
-#include <ztlib/ZtSphere.h>
-#include <ztlib/ZtStdStringTokenizer.h>
-#include <ztlib/ZtStringTokenizerGeneral.h>
-#include <ztlib/ZtTmpDir.h>
-#include <ztlib/ZtTypeInfo.h>
-#include <ztlib/ZtTypedObject.h>
-#include <ztlib/ZtTypedPointer.h>
-#include <ztlib/ZtVec2f.h>
-#include <ztlib/ZtVec2i.h>
-#include <ztlib/ZtVec3d.h>
-#include <ztlib/ZtVec3f.h>
-#include <ztlib/ZtVec3i.h>
-#include <ztlib/ZtVec3l.h>
-#include <ztlib/ZtVec4f.h>
-#include <ztlib/ZtVec4i.h>
-#include <ztlib/ZtWatch.h>
 
 #include <cstddef>
 #include <cstring>
 #include <typeinfo>
 #include <utility>
+
+#include "PublicHeaders.h"
 
 namespace {
 

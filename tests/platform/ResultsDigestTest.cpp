@@ -1,26 +1,11 @@
 // Results are the same to the last bit on every system: their digests, as computed on 64-bit Linux.
 #include <gtest/gtest.h>
-#include <ztlib/ZtAlignPointSets.h>
-#include <ztlib/ZtConnectedComponents.h>
-#include <ztlib/ZtCutBoxPlane.h>
-#include <ztlib/ZtDMatrix.h>
-#include <ztlib/ZtHash.h>
-#include <ztlib/ZtLine.h>
-#include <ztlib/ZtMat3f.h>
-#include <ztlib/ZtMat4f.h>
-#include <ztlib/ZtPlane.h>
-#include <ztlib/ZtRotation.h>
-#include <ztlib/ZtSphere.h>
-#include <ztlib/ZtString.h>
-#include <ztlib/ZtVec2f.h>
-#include <ztlib/ZtVec3d.h>
-#include <ztlib/ZtVec3f.h>
-#include <ztlib/ZtVec4f.h>
 
 #include <cstdint>
 #include <type_traits>
 #include <vector>
 
+#include "PublicHeaders.h"
 #include "Random.h"
 
 namespace {
@@ -126,48 +111,6 @@ TEST_F(ResultsDigest, MatricesAndRotations) {
     EXPECT_EQ(12783517590479254597u, digest.value());
 }
 
-TEST_F(ResultsDigest, PickingAndCutting) {
-    // Misses leave NaN, whose sign is the processor's affair; hits are digested.
-    const auto addIf = [this](bool hit, const ZtVec3f& v) {
-        digest.add(hit);
-        if (hit)
-            digest.add(v.x, v.y, v.z);
-    };
-    for (int i = 0; i < 5000; ++i) {
-        ZtVec3f p[6];
-        for (ZtVec3f& point : p)
-            point = numbers.point();
-        const ZtPlane plane(p[0], p[1], p[2]);
-        const ZtLine line(p[3], p[4]);
-        const ZtBox3f box(0.2f, 0.8f, 0.3f, 0.7f, 0.1f, 0.9f);
-        ZtVec3f a, b;
-        bool front;
-        bool hit = plane.isValid();
-        addIf(hit, plane.getProjectedPoint(p[5]));
-        hit = plane.intersect(line, a);
-        addIf(hit, a);
-        hit = line.getClosestPoints(ZtLine(p[0], p[1]), a, b);
-        addIf(hit, a + b);
-        hit = line.intersect(0.1f, p[0], p[1], a);
-        addIf(hit, a);
-        hit = line.intersect(box, a, b);
-        addIf(hit, a - b);
-        hit = line.intersect(p[0], p[1], p[2], a, b, front);
-        addIf(hit, a + b);
-        hit = ZtSphere(p[5], 0.5f).intersect(line, a, b);
-        addIf(hit, a + b);
-        digest.add(line.intersect(-0.1f, box));
-        ZtVec3f v[6], w[6];
-        const float box2[6] = {0, 2, 0, 3, 0, 4};
-        const ZtCutBoxPlane cutter(box.getValue(), box2, p[0] - p[1]);
-        const int count = cutter.cutPlane(p[2], v, w);
-        digest.add(count);
-        for (int k = 0; k < count; ++k)
-            addIf(true, v[k] - w[k]);
-    }
-    EXPECT_EQ(1613535807224824159u, digest.value());
-}
-
 TEST_F(ResultsDigest, DenseMatricesAndAlignment) {
     for (int n = 0; n < 60; ++n) {
         ZtDMatrix<float> a(n, n), u, v;
@@ -191,52 +134,6 @@ TEST_F(ResultsDigest, DenseMatricesAndAlignment) {
         digest.addAll(m[0], 16);
     }
     EXPECT_EQ(12720118272577206163u, digest.value());
-}
-
-TEST_F(ResultsDigest, ConnectedComponents) {
-    namespace cc = ZtConnectedComponents;
-    const int dims[3] = {131, 40, 23};
-    constexpr int kCount = 131 * 40 * 23;
-    std::vector<float> values(kCount);
-    std::vector<unsigned char> field(kCount);
-    for (std::size_t i = 0; i < kCount; ++i) {
-        values[i] = numbers.fraction();
-        // Mostly as its neighbour, so that pieces of some size come out.
-        field[i] = i > 0 && numbers.next() % 8 ? field[i - 1]
-                                               : static_cast<unsigned char>(numbers.next() % 3);
-    }
-    ZtDArray<cc::Component> list;
-    for (const int connectivity : {4, 6, 8, 10, 18, 26, 7}) {
-        for (const double threshold : {0.3, 0.5, 0.9}) {
-            std::vector<unsigned short> labels(kCount);
-            unsigned short* out = labels.data();
-            digest.add(cc::labelCC(ZtTypedPointer(values.data()), dims, connectivity, out, 0,
-                                   connectivity == 7 ? 0.9 : threshold, 0.95, 0, 0, &list,
-                                   nullptr));
-            digest.addAll(labels.data(), kCount);
-            for (const cc::Component& piece : list)
-                digest.add(piece.numVoxels, piece.mark, piece.sumX, piece.sumY, piece.sumZ);
-        }
-        std::vector<int> pieces(kCount);
-        digest.add(cc::labelLabelsHuge(field.data(), dims, connectivity, pieces.data(), 0, 0, list,
-                                       nullptr));
-        digest.addAll(pieces.data(), kCount);
-        for (const cc::Component& piece : list)
-            digest.add(piece.sumX + piece.sumY + piece.sumZ);
-    }
-    EXPECT_EQ(8986831942742291019u, digest.value());
-}
-
-TEST_F(ResultsDigest, NumbersAndHashes) {
-    for (int i = 0; i < 2000; ++i) {
-        const std::uint64_t high = numbers.next();
-        const long long wide = static_cast<long long>(high << 32 | numbers.next());
-        const ZtString text = ZtString::fromInt64(wide >> numbers.next() % 64);
-        digest.add(zt_hash(text), text.toInt64(), text.toFloat());
-        digest.add(hash2(ZtVec3i(static_cast<int>(numbers.next() % 5000), i, -i), 137));
-        digest.add(computePrime(static_cast<int>(numbers.next() % 100000)));
-    }
-    EXPECT_EQ(1530334671567918099u, digest.value());
 }
 
 }  // namespace

@@ -36,21 +36,20 @@ TEST(ZtTmpDir, NamesAreUniqueAndEndWithASlash) {
     folder.addFolder("base/taken");
     folder.addFolder("base/taken.2");
     folder.addFile("base/taken.3");
-    folder.addFolder("q");
     if (kNamesAreBytes)
         fs::create_symlink("nowhere", folder.path() / "base/taken.4");
     const fs::path before = fs::current_path();
     fs::current_path(base);
     std::vector<std::pair<std::string, std::string>> rows{
-
-        {"", system + "tmp/"},    {"/", system + "tmp/"},
-        {"x//", system + "tmp/"}, {"../x", system + "x/"},
-        {"a/b/c", system + "c/"}, {"base", system + "base.2/"},
-        {".", system + "..2/"},   {"./", system + "..2/"},
-        {"./work/", "./work/"},   {"./taken", kNamesAreBytes ? "./taken.5/" : "./taken.4/"}};
+        {"", system + "tmp/"},
+        {"x//", system + "tmp/"},
+        {"a/b/c", system + "c/"},
+        {"base", system + "base.2/"},
+        {".", system + "..2/"},
+        {"./work/", "./work/"},
+        {"./taken", kNamesAreBytes ? "./taken.5/" : "./taken.4/"}};
     if (kNamesAreBytes)  // elsewhere an absolute name begins with a drive
-        rows.insert(rows.end(), {{system + "q//", system + "q/tmp/"},
-                                 {base, system + "base.2/"},
+        rows.insert(rows.end(), {{base, system + "base.2/"},
                                  {base + "/new", base + "/new/"},
                                  {base + "/taken.2/", base + "/taken.2.2/"}});
     for (const auto& [name, path] : rows)
@@ -62,23 +61,19 @@ TEST(ZtTmpDir, NamesAreUniqueAndEndWithASlash) {
     EXPECT_TRUE(!first.autoRemove() && first.doesExist() == 0);
     EXPECT_NE(0, first.create());
     EXPECT_EQ(0, first.create());
-    EXPECT_EQ(system + "tmp.2/", ZtTmpDir(nullptr).str());
-    EXPECT_NE(0, ZtTmpDir::doesExist(first.str()));
     EXPECT_EQ(0, ZtTmpDir::doesExist(nullptr));
     first.makeUnique(first.str() + std::strlen(first.str()) - 4);  // of its own text
     EXPECT_EQ(system + "tmp.2/", first.str());
-    first = (system + std::string(3000, 'n')).c_str();
-    first.makeUnique();
-    EXPECT_EQ(system + std::string(3000, 'n') + "/", first.str());
 }
 
 TEST(ZtTmpDir, TheSystemsPathIsThatOfTheEnvironment) {
     if (!kNamesAreBytes)
         GTEST_SKIP() << "the system reads its own variables";
-    const std::string most(1022, 'x');
-    const std::string rows[][4] = {
-        {"", "", "", "/tmp/"},  {"/a", "/b", "/c", "/a/"},  {"", "\\b\\d\\", "/c", "/b/d/"},
-        {"", "", "/c/", "/c/"}, {most, "", "", most + "/"}, {most + "x", "/b", "", "/tmp/"}};
+    const std::string rows[][4] = {{"", "", "", "/tmp/"},
+                                   {"/a", "/b", "/c", "/a/"},
+                                   {"", "\\b\\d\\", "/c", "/b/d/"},
+                                   {"", "", "/c/", "/c/"},
+                                   {std::string(1023, 'x'), "/b", "", "/tmp/"}};
     for (const auto& [first, second, third, path] : rows) {
         const EnvironmentVariable tmpdir("TMPDIR", first), tmp("TMP", second), temp("TEMP", third);
         EXPECT_EQ(path, ZtTmpDir::getSystemTmpPath());
@@ -90,16 +85,13 @@ TEST(ZtTmpDir, OwnsItsTreeIfToldSo) {
     {
         ZtTmpDir kept("kept", true);
         ZtTmpDir gone("gone", true, true);
-        folder.addFile("gone/file");
-        folder.addFolder("gone/sub/sub");
+        folder.addFile("gone/sub/file");
         ZtTmpDir copy(gone);
         EXPECT_TRUE(copy.autoRemove());
         copy.setAutoRemove(false);
         kept = copy;
-        EXPECT_EQ(std::string(gone.str()), kept.str());
         kept = folder.of("kept").c_str();
         EXPECT_EQ(folder.of("kept"), kept.str());
-        ZtTmpDir never("never", false, true);
     }
     EXPECT_TRUE(fs::exists(folder.path() / "kept"));
     EXPECT_FALSE(fs::exists(folder.path() / "gone"));
@@ -126,18 +118,15 @@ TEST(ZtTmpDir, ExclusiveOnesAreNeverShared) {
     EXPECT_STRNE("", ZtTmpDir::createExclusive().str());
     faults.fail(Call::kMakeDirectory, EACCES);
     EXPECT_STREQ("", ZtTmpDir::createExclusive().str());
-    faults.fail(Call::kMakeDirectory, EROFS);
-    EXPECT_EQ(0, ZtTmpDir("x", true).doesExist());
 }
 
 TEST(ZtTmpDirRemove, NeverFollowsALink) {
     if (!kNamesAreBytes)
         GTEST_SKIP() << "making links takes a privilege";
     const ScratchFolder folder;
-    folder.addFile("outside/file");
     folder.addFolder("outside");
     folder.addFile("outside/file", "content");
-    for (const char* place : {"tree", "tree/sub", "tree/sub/sub"}) {
+    for (const char* place : {"tree", "tree/sub"}) {
         folder.addFolder(place);
         fs::create_symlink(folder.path() / "outside", folder.path() / place / "toFolder");
         fs::create_symlink(folder.path() / "outside/file", folder.path() / place / "toFile");
@@ -146,17 +135,16 @@ TEST(ZtTmpDirRemove, NeverFollowsALink) {
     }
     fs::create_symlink("outside", folder.path() / "link");
     ZtTmpDir directory;
-    for (const char* name : {"link", "link/", "outside/file", "outside/file/", "missing", ""}) {
-        directory = *name ? folder.of(name).c_str() : "";
-        EXPECT_EQ(-1, directory.remove()) << name;
+    for (const std::string& path :
+         {folder.of("link"), folder.of("link/"), folder.of("outside/file"), folder.of("missing"),
+          std::string(), std::string("/")}) {
+        directory = path.c_str();
+        EXPECT_EQ(-1, directory.remove()) << path;
     }
-    directory = "/";
-    EXPECT_EQ(-1, directory.remove());
     directory = folder.of("tree/").c_str();
     EXPECT_EQ(0, directory.remove());
     EXPECT_FALSE(fs::exists(folder.path() / "tree"));
-    EXPECT_EQ(7u, fs::file_size(folder.path() / "outside/file"));
-    EXPECT_TRUE(fs::is_symlink(folder.path() / "link"));
+    EXPECT_EQ("content", folder.read("outside/file"));
 }
 
 TEST(ZtTmpDirRemove, TellsWhatItCouldNotRemoveAndGoesOn) {
@@ -178,15 +166,11 @@ TEST(ZtTmpDirRemove, TellsWhatItCouldNotRemoveAndGoesOn) {
     faults.fail(Call::kRemoveFile, EACCES, 1);
     EXPECT_EQ(message("/b/x", EACCES) + message("/b", ENOTEMPTY) + message("", ENOTEMPTY),
               remove());
-    EXPECT_TRUE(fs::exists(folder.path() / "tree/b/x"));
     EXPECT_FALSE(fs::exists(folder.path() / "tree/b/y") || fs::exists(folder.path() / "tree/c"));
 
     // A directory that cannot be read cannot be emptied; one that is empty goes all the same.
     faults.fail(Call::kOpenDirectory, EACCES, 2);
     EXPECT_EQ(message("/b", ENOTEMPTY) + message("", ENOTEMPTY), remove());
-    faults.fail(Call::kReadDirectory, EIO, 0, 100);
-    EXPECT_EQ(message("", ENOTEMPTY), remove());
-    faults.fail(Call::kReadDirectory, 0);
     faults.fail(Call::kRemoveDirectory, EROFS, 1);
     EXPECT_EQ(message("", EROFS), remove());
     faults.fail(Call::kOpenDirectory, EACCES);
@@ -194,7 +178,6 @@ TEST(ZtTmpDirRemove, TellsWhatItCouldNotRemoveAndGoesOn) {
 
     // What goes meanwhile, and interruptions.
     folder.addFolder("tree");
-    folder.addFile("tree/a");
     std::string file = folder.addFile("tree/b");
     faults.before(
         Call::kRemoveFile, [](void* path) { fs::remove(*static_cast<std::string*>(path)); }, &file);
@@ -220,17 +203,15 @@ TEST(ZtTmpDirRemove, StopsWhenTheWayBackIsGone) {
     folder.addFile(path + "/file");
     folder.addFolder("outside/d");
     folder.addFile("outside/d/file", "content");
-    struct Move {
-        fs::path from, to;
-    } move{folder.path() / "tree/d/d/d", folder.path() / "outside/moved"};
+    std::string root = folder.of("");
     CallFaults faults;
     faults.before(
         Call::kRemoveFile,
         [](void* context) {
-            const Move& paths = *static_cast<Move*>(context);
-            fs::rename(paths.from, paths.to);
+            const std::string& place = *static_cast<std::string*>(context);
+            fs::rename(place + "tree/d/d/d", place + "outside/moved");
         },
-        &move);
+        &root);
     ZtTmpDir directory;
     directory = folder.of("tree").c_str();
     testing::internal::CaptureStderr();
