@@ -44,6 +44,7 @@ int makeDirectoriesFor(const ZtFilename& file) {
 LogStream::~LogStream() {
     bool consoleIsBack = false;
     close(consoleIsBack);
+    ztfree(buffer_);  // that of a file that could not be opened
 }
 
 int LogStream::open(const char* path, bool console) {
