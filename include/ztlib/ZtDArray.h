@@ -754,4 +754,4 @@ void ZtDArray<T, N>::prepareRawSlots(int from, int n) {
             std::memset(static_cast<void*>(data_ + from), 0, bytes(n));
 }
 
-extern template class ZTLIB_API ZtDArray<char, 1>;
+ZTLIB_INSTANTIATED(class ZTLIB_API ZtDArray<char, 1>)

@@ -12,3 +12,11 @@
 #else
 #define ZTLIB_API __attribute__((visibility("default")))
 #endif
+
+// Declares a template that the library instantiates, so that other units take it from there. On
+// Windows each has its own: the compiler does not export the members that are defined in the class.
+#if defined(_WIN32)
+#define ZTLIB_INSTANTIATED(...)
+#else
+#define ZTLIB_INSTANTIATED(...) extern template __VA_ARGS__;
+#endif
