@@ -1,4 +1,5 @@
 // A file server for the programs of this computer: serves a directory, runs scripts, stops on QUIT.
+#include <ztlib/ZtDirectory.h>
 #include <ztlib/ZtHttpd.h>
 #include <ztlib/ZtSocket.h>
 
@@ -24,6 +25,10 @@ int main(int argc, char** argv) {
     if (argc < 2 || argc > 3) {
         std::fprintf(stderr, "usage: fileserver DIRECTORY [PORT]\n");
         return 2;
+    }
+    if (!ZtDirectory::isDirectory(argv[1])) {
+        std::fprintf(stderr, "'%s' is no directory\n", argv[1]);
+        return 1;
     }
     const int port = argc == 3 ? std::atoi(argv[2]) : 8080;
     ZtHttpd daemon(port, nullptr, ZtHttpd::LOCAL_HOST_ONLY);
