@@ -279,12 +279,16 @@ TEST(ZtStringNumbers, ReadFloatsAsTheRuntimeDoes) {
 }
 
 TEST(ZtStringNumbers, AreTheSameInEveryLocale) {
+    bool isThere = false;
     for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "German"})
         if (std::setlocale(LC_ALL, name)) {
+            isThere = true;
             EXPECT_EQ(ZtString("1.5").toFloat(), 1.5F);
             EXPECT_FALSE(ZtString("\xe9").isAlpha());
         }
     std::setlocale(LC_ALL, "C");
+    if (!isThere)
+        GTEST_SKIP() << "no locale with a decimal comma is installed";
 }
 
 // Neither a terminator nor a buffer is needed: a string whose array was emptied or released is the
