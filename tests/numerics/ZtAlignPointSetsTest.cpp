@@ -25,10 +25,10 @@ bool haveSameBits(const ZtMat4f& a, const ZtMat4f& b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-/// The plain form: the centred points as matrices, each weight and difference in order.
-class Matrices {
+/// The method step by step, by operations of whole matrices.
+class Steps {
 public:
-    Matrices(const Points& p1, const Points& p2, const std::vector<float>& weights = {}) {
+    Steps(const Points& p1, const Points& p2, const std::vector<float>& weights = {}) {
         const int n = static_cast<int>(p1.size());
         const auto weight = [&](std::size_t i) { return weights.empty() ? 1 : weights[i]; };
         float sumOfWeights = 0;
@@ -48,16 +48,77 @@ public:
         }
     }
 
-    ZtMat4f inMode(int mode) const {
-        ZtMat4f result;
-        if (mode == 2)
-            ztCompAffineTransform(P_, Q_, c2_, c1_, result);
-        else
-            ztCompRigidTransform(P_, Q_, c2_, c1_, result, mode == 1);
-        return result;
+    ZtMat4f rigid(bool withScale) const {
+        ZtDMatrix<float> H(P_), U, V;
+        float w[3];
+        (H.transpose() *= Q_).svd(U, w, V);
+        ZtMat4f R = product(U, V);
+        // Of equal ones the first is the smallest and the largest.
+        const int imin = static_cast<int>(std::min_element(w, w + 3) - w);
+        const int imax = static_cast<int>(std::max_element(w, w + 3) - w);
+        if (w[imin] < 1e-5f && imin != imax) {
+            for (ZtDMatrix<float>* m : {&U, &V}) {
+                const ZtVec3f cross = column(*m, imax).cross(column(*m, 3 - imin - imax));
+                for (int i = 0; i < 3; ++i)
+                    (*m)(i, imin) = cross[i];
+            }
+        } else if (R.det3() < 0) {
+            for (int i = 0; i < 3; ++i)
+                U(i, imin) = -U(i, imin);
+        }
+        R = product(U, V);
+        float rq = 0, rr = 0;
+        for (int i = 0; withScale && i < P_.nRows(); ++i) {
+            ZtVec3f r;
+            R.multDirMatrix(ZtVec3f(P_[i]), r);
+            rq += r.dot(ZtVec3f(Q_[i]));
+            rr += r.dot(r);
+        }
+        const float s = rr == 0 ? 1 : rq / rr;
+        for (int i = 0; i < 9; ++i)
+            R[i / 3][i % 3] *= withScale ? s : 1;
+        ZtMat4f byMatrices;
+        ztCompRigidTransform(P_, Q_, c2_, c1_, byMatrices, withScale);
+        EXPECT_TRUE(haveSameBits(composed(R), byMatrices));
+        return byMatrices;
     }
 
+    ZtMat4f affine() const {
+        ZtDMatrix<float> N(P_), X(P_);
+        N.transpose() *= P_;
+        X.transpose() *= Q_;
+        X.transpose();
+        float* rhs[] = {X[0], X[1], X[2]};
+        N.solveLRdecomp(rhs, 3);
+        ZtMat4f linear = ZtMat4f::identity(), byMatrices;
+        for (int i = 0; i < 9; ++i)
+            linear[i / 3][i % 3] = X(i % 3, i / 3);
+        ztCompAffineTransform(P_, Q_, c2_, c1_, byMatrices);
+        EXPECT_TRUE(haveSameBits(composed(linear), byMatrices));
+        return byMatrices;
+    }
+
+    ZtMat4f inMode(int mode) const { return mode == 2 ? affine() : rigid(mode == 1); }
+
 private:
+    static ZtVec3f column(const ZtDMatrix<float>& m, int j) {
+        return ZtVec3f(m(0, j), m(1, j), m(2, j));
+    }
+
+    // (V U^T)^T
+    static ZtMat4f product(const ZtDMatrix<float>& U, const ZtDMatrix<float>& V) {
+        ZtDMatrix<float> product(V);
+        product *= ZtDMatrix<float>(U).transpose();
+        ZtMat4f R = ZtMat4f::identity();
+        for (int i = 0; i < 9; ++i)
+            R[i / 3][i % 3] = product(i % 3, i / 3);
+        return R;
+    }
+
+    ZtMat4f composed(const ZtMat4f& linear) const {
+        return ZtMat4f().setTranslate(-c2_) * linear * ZtMat4f().setTranslate(c1_);
+    }
+
     ZtDMatrix<float> P_, Q_;
     ZtVec3f c1_, c2_;
 };
@@ -89,10 +150,12 @@ TEST(AlignPointSets, IsTheMethodToTheLastBitAndTheBestProperTransform) {
             return ZtVec3d(p.x, p.y * 2, p.z * 3) * size + centre;
         };
     };
-    const auto octahedron = [](Random&, int k) {
-        ZtVec3d p;
-        p[k / 2] = k % 2 ? 1 : -1;
-        return p;
+    const auto octahedron = [](double size) {
+        return [=](Random&, int k) {
+            ZtVec3d p;
+            p[k / 2] = k % 2 ? size : -size;
+            return p;
+        };
     };
     const struct {
         const char* name;
@@ -102,15 +165,18 @@ TEST(AlignPointSets, IsTheMethodToTheLastBitAndTheBestProperTransform) {
         {"general", general(10, ZtVec3d(1, 2, 3))},
         {"tiny", general(1e-4, ZtVec3d())},
         {"far away", general(100, ZtVec3d(1e6, -1e6, 2e6))},
+        {"huge", general(1e17, ZtVec3d(1e16, 0, 0))},
         {"coplanar",
          [](Random& random, int) {
              return normalPoint(random).cross({0, 0, 1});
          }},
         {"collinear", [](Random& random, int) { return ZtVec3d(1, 2, -1) * random.normal(); }},
         {"three points", general(1, ZtVec3d(4, 5, 6)), 3},
+        {"two points", general(1, ZtVec3d(4, 5, 6)), 2},
         {"single", general(1, ZtVec3d(4, 5, 6)), 1},
         {"coincident", [](Random&, int) { return ZtVec3d(1, 2, 3); }},
-        {"octahedron", octahedron, 6},
+        {"octahedron", octahedron(1), 6},
+        {"tiny octahedron", octahedron(1e-3), 6},
     };
     for (const auto& kind : kinds)
         oracle::inRounds(1, 40, [&](Random& random, int round) {
@@ -124,7 +190,7 @@ TEST(AlignPointSets, IsTheMethodToTheLastBitAndTheBestProperTransform) {
                 const Points p1 = partnersOf(p2, random, mirror * scale, noise);
                 ZtMat4f result;
                 ztAlignPointSets(result, p1.data(), p2.data(), static_cast<int>(p2.size()), mode);
-                ASSERT_TRUE(haveSameBits(Matrices(p1, p2).inMode(mode), result));
+                ASSERT_TRUE(haveSameBits(Steps(p1, p2).inMode(mode), result));
                 const Transform transform = squareOf<4>(result);
                 const double det = determinant(squareOf<3>(result)).first;
                 ASSERT_GE(det, 0);
@@ -154,7 +220,7 @@ TEST(AlignPointSets, FindsAffineMaps) {
         ZtMat4f result;
         CaptureStdout();
         ztAlignPointSets(result, p1.data(), p2.data(), n, 2);
-        ASSERT_TRUE(haveSameBits(Matrices(p1, p2).inMode(2), result));
+        ASSERT_TRUE(haveSameBits(Steps(p1, p2).affine(), result));
         GetCapturedStdout();
         // The normal equations square the condition; well-spread sets keep their digits.
         if (n >= 12)
@@ -200,19 +266,25 @@ TEST(AlignPointSets, WeighsAndIndexesAsOneSchemeInAllOverloads) {
         ZtMat4f plain, results[5];
         CaptureStdout();
         ztAlignPointSets(plain, q1, q2, n, mode, &post);
-        EXPECT_TRUE(haveSameBits(Matrices(p1, p2).inMode(mode) * post, plain));
+        EXPECT_TRUE(haveSameBits(Steps(p1, p2).inMode(mode) * post, plain));
         ztAlignPointSets(results[0], b1, b2, i1, i2, n, mode, &post);
         EXPECT_TRUE(haveSameBits(plain, results[0]));
         ztAlignPointSets(results[1], q1, q2, w.data(), n, mode, &post);
         ztAlignPointSets(results[2], q1, q2, w1.data(), w2.data(), n, mode, &post);
         ztAlignPointSets(results[3], b1, b2, i1, i2, w.data(), n, mode, &post);
         ztAlignPointSets(results[4], b1, b2, i1, i2, of1.data(), of2.data(), n, mode, &post);
-        const ZtMat4f weighted = Matrices(p1, p2, w).inMode(mode);
+        const ZtMat4f weighted = Steps(p1, p2, w).inMode(mode);
         for (int i = 1; i < 5; ++i)
             EXPECT_TRUE(haveSameBits(weighted * post, results[i])) << i;
         GetCapturedStdout();
         if (mode == 0)
             expectBest(squareOf<4>(weighted), p1, p2, Freedom::kRigid, random, w);
+        if (mode == 1) {  // the points p2 are weighted themselves
+            const std::vector<float> ones(p1.size(), 1), twos(p1.size(), 2);
+            ztAlignPointSets(results[0], q1, q2, ones.data(), n, 1, nullptr);
+            ztAlignPointSets(results[1], q1, q2, twos.data(), n, 1, nullptr);
+            EXPECT_NEAR(results[0].det3() / 8, results[1].det3(), 1e-5 * results[0].det3());
+        }
     });
 }
 
