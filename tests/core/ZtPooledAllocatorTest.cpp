@@ -265,10 +265,10 @@ TEST(PooledAllocator, ExhaustedMemoryIsNullAndLosesNothing) {
 }
 
 TEST(PooledAllocator, ManyPoolsHaveTheirOwnBlocksAndValues) {
-    const std::size_t before = pool::MemoryLimit::reserved();
     int value = 0;
     nedsetvalue(&value);
     void* const plain = nedmalloc(10);
+    const std::size_t before = pool::MemoryLimit::reserved();
     std::vector<nedpool*> pools(300);
     for (nedpool*& pool : pools)
         nedpsetvalue(pool = nedcreatepool(&pool < &pools[5] ? 10 * kMega : 0, 1), &pool);

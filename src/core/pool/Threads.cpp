@@ -74,13 +74,27 @@ void afterForkInChild() {
     afterForkInParent();
 }
 
+// Once, with the registry locked.
+void watch() {
+    if (isWatching)
+        return;
+    ended.cache.setDisabled();
+    isWatching = true;
+    platform::watchThreads(threadEnds, beforeFork, afterForkInParent, afterForkInChild);
+}
+
+// From the load of the library on: the child of a fork that comes while a thread takes its first
+// block, and nobody watches yet, would find the registry locked for good. Static objects of other
+// libraries may come first; the first block that they take makes a thread's state.
+[[maybe_unused]] const bool isWatchingFromTheStart = [] {
+    const Locked locked(registryLock);
+    watch();
+    return true;
+}();
+
 ThreadState* makeState() {
     const Locked locked(registryLock);
-    if (!isWatching) {
-        ended.cache.setDisabled();
-        isWatching = true;
-        platform::watchThreads(threadEnds, beforeFork, afterForkInParent, afterForkInChild);
-    }
+    watch();
     ThreadState* state = unusedStates;
     if (state) {
         unusedStates = state->next;
