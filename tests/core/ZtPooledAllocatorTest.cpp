@@ -5,9 +5,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <barrier>
 #include <bit>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -372,18 +372,41 @@ TEST(PooledAllocatorThreads, DestructorsThatRunAfterTheCachesAreGone) {
     });
 }
 
+// Where threads wait for each other; waiting in std::barrier may never end on Windows.
+class Meeting {
+public:
+    explicit Meeting(int threads) : threads_(threads) {}
+
+    void wait() {
+        std::unique_lock locked(mutex_);
+        const int round = round_;
+        if (++arrived_ % threads_ == 0) {
+            ++round_;
+            all_.notify_all();
+        }
+        all_.wait(locked, [&] { return round_ != round; });
+    }
+
+private:
+    const int threads_;
+    int arrived_ = 0;
+    int round_ = 0;
+    std::mutex mutex_;
+    std::condition_variable all_;
+};
+
 TEST(PooledAllocatorThreads, PoolsComeAndGoWhileThreadsLive) {
     nedpool* pool = nullptr;
-    std::barrier turn(4);
+    Meeting turn(4);
     runOnThreads(4, [&](int i) {
         for (int round = 0; round < 30; ++round) {
             if (i == 0)
                 pool = nedcreatepool(0, 3);
-            turn.arrive_and_wait();
+            turn.wait();
             smallModel(pool, 3 * round + i).run(300);
             smallModel(nullptr, round).run(100);
             nedpmalloc(pool, 40);  // goes with the pool
-            turn.arrive_and_wait();
+            turn.wait();
             if (i == 0)
                 neddestroypool(pool);
         }
