@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_EXPECT(isWhole == (bytes.size() >= (n + 7) / 8));
     unsigned count = 0;
     for (unsigned i = 0; i < n && isWhole; ++i) {
-        const unsigned expected = static_cast<unsigned char>(bytes[i / 8]) >> i % 8 & 1u;
+        const unsigned byte = static_cast<unsigned char>(bytes[i / 8]);
+        const unsigned expected = byte >> i % 8 & 1u;
         FUZZ_EXPECT(field[i] == expected);
         count += expected;
     }
