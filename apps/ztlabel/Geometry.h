@@ -3,8 +3,6 @@
 
 #include <nifti2_io.h>
 
-#include <string>
-
 namespace ztlabel {
 
 /// Spacing and orientation from a NIfTI header, lengths in millimetres (other units are converted,

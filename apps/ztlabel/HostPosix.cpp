@@ -7,6 +7,8 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
+#include <string>
 
 namespace ztlabel::host {
 

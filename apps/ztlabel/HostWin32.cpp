@@ -9,6 +9,8 @@
 #include <windows.h>
 
 #include <atomic>
+#include <cstdio>
+#include <string>
 
 namespace ztlabel::host {
 

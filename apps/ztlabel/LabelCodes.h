@@ -3,6 +3,7 @@
 
 #include "Volume.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

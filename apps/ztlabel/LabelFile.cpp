@@ -5,6 +5,8 @@
 #include <ztlib/ZtProgressInterface.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <type_traits>

@@ -7,10 +7,16 @@
 #include "Threshold.h"
 
 #include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtProgressInterface.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace ztlabel {

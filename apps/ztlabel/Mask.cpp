@@ -5,8 +5,12 @@
 #include <ztlib/ZtBitfield.h>
 #include <ztlib/ZtMorphology.h>
 #include <ztlib/ZtScanConvert.h>
+#include <ztlib/ZtVec2f.h>
+#include <ztlib/ZtVec3i.h>
 
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 namespace ztlabel {
 

@@ -6,6 +6,8 @@
 #include "Threshold.h"
 #include "Volume.h"
 
+#include <ztlib/ZtTypedPointer.h>
+
 namespace ztlabel {
 
 /// Elements with the thresholds that make them foreground and mark them.

@@ -7,7 +7,7 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <cstddef>
 #include <filesystem>
 #include <iostream>
 #include <set>

@@ -3,10 +3,12 @@
 #include "Canvas.h"
 #include "SliceView.h"
 
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtString.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <filesystem>
 #include <vector>
 

@@ -1,5 +1,6 @@
 #include "Report.h"
 
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtString.h>
 
 #include <nlohmann/json.hpp>
@@ -7,7 +8,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <functional>
+#include <iterator>
 #include <vector>
 
 namespace ztlabel {

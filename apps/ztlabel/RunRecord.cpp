@@ -1,8 +1,10 @@
 #include "RunRecord.h"
 
 #include <ztlib/NwParamBundle.h>
+#include <ztlib/ZtString.h>
 
 #include <sstream>
+#include <utility>
 
 namespace ztlabel {
 

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <map>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace ztlabel {

@@ -4,8 +4,8 @@
 #include "Canvas.h"
 #include "Report.h"
 
+#include <cstddef>
 #include <functional>
-#include <utility>
 
 namespace ztlabel {
 

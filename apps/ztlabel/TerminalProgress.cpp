@@ -3,6 +3,7 @@
 #include "Messages.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 
 namespace ztlabel {

@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <numeric>
 #include <optional>
+#include <type_traits>
 #include <vector>
 
 namespace ztlabel {

@@ -4,10 +4,10 @@
 #include "VolumeHeader.h"
 
 #include <ztlib/ZtMemory.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtTypedPointer.h>
 
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>

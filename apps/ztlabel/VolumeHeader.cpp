@@ -5,10 +5,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 
 namespace ztlabel {
 

@@ -14,6 +14,7 @@
 #include "TerminalProgress.h"
 #include "Volume.h"
 
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtMemoryException.h>
 
 #include <cerrno>
@@ -24,6 +25,8 @@
 #include <exception>
 #include <new>
 #include <optional>
+#include <string>
+#include <utility>
 
 namespace ztlabel {
 

@@ -3,6 +3,7 @@
 
 #include <ztlib/NwParamBase.h>
 #include <ztlib/ZtDArray.h>
+#include <ztlib/ZtExport.h>
 
 #include <cstdio>
 #include <iosfwd>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ztlib/NwParamBase.h>
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtPrimType.h>
 
 class ZtString;

@@ -2,7 +2,6 @@
 // ZtCutBoxPlaneDouble.
 #pragma once
 
-#include <ztlib/ZtContract.h>
 #include <ztlib/ZtExport.h>
 #include <ztlib/ZtVec3.h>
 #include <ztlib/ZtVec3d.h>

@@ -3,6 +3,7 @@
 
 #include <ztlib/ZtDataType.h>
 #include <ztlib/ZtExport.h>
+#include <ztlib/ZtPrimType.h>
 
 /// Passes data of a registered type, and whether it may be written to. An item is `nComponents`
 /// elements of the type. Does not own the memory and does not enforce the access: it only tells.

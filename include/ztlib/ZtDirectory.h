@@ -1,6 +1,8 @@
 // ZtDirectory: what a directory holds and how much room its volume has.
 #pragma once
 
+#include <ztlib/ZtDArray.h>
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtString.h>
 
 #include <type_traits>

@@ -1,6 +1,7 @@
 // The base class of the library's exceptions.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtFormatCheck.h>
 #include <ztlib/ZtString.h>
 

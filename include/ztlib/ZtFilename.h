@@ -1,6 +1,7 @@
 // ZtFilename: a text that is the path of a file.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtString.h>
 
 /// A path with "/" between its names; the operations below know no other separator, so paths that

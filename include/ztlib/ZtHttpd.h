@@ -1,6 +1,7 @@
 // ZtHttpd: lets other programs fetch files from the running application and trigger its scripts.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtServerSocket.h>
 #include <ztlib/ZtString.h>
 

@@ -1,10 +1,15 @@
 // The base of interfaces: capabilities that are attached to an owner.
 #pragma once
 
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtExport.h>
+#include <ztlib/ZtHandable.h>
 #include <ztlib/ZtInterfaceOwner.h>
+#include <ztlib/ZtTypedObject.h>
 
 #include <cstdint>
+
+class ZtTypeInfo;
 
 /// An interface knows its owner and passes queries on to it, so that any of an object's interfaces
 /// leads to all the others. Made without an owner it gets one of its own, which goes with it, or,

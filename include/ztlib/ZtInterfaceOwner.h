@@ -8,6 +8,7 @@
 #include <ztlib/ZtTypedObject.h>
 
 class ZtInterface;
+class ZtTypeInfo;
 
 /// An object with a list of interfaces, each a typed object that adds a capability: a client asks
 /// for one by its run-time type and gets the one that was registered last. The owner can also keep

@@ -1,6 +1,8 @@
 // The owner of interfaces that were made without one.
 #pragma once
 
+#include <ztlib/ZtExport.h>
+#include <ztlib/ZtHandable.h>
 #include <ztlib/ZtInterfaceOwner.h>
 
 /// An owner that lives by its references: the last `unref` releases what it holds and deletes it.

@@ -1,6 +1,7 @@
 // ZtLogFile: the application's diagnostic log.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtFilename.h>
 #include <ztlib/ZtFormatCheck.h>
 #include <ztlib/ZtResult.h>

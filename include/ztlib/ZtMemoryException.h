@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ztlib/ZtException.h>
+#include <ztlib/ZtExport.h>
 
 #include <cstddef>
 

@@ -1,6 +1,8 @@
 // ZtMessageCollector: counts messages that would come too often.
 #pragma once
 
+#include <ztlib/ZtDArray.h>
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtString.h>
 
 /// Counts how often each of some messages came up, so that a loop over millions of elements tells

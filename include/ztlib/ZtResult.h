@@ -1,7 +1,9 @@
 // ZtResult: how an operation went.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtHandable.h>
+#include <ztlib/ZtMemory.h>
 #include <ztlib/ZtString.h>
 
 #include <cstddef>

@@ -1,6 +1,7 @@
 // ZtSocket: TCP connections over IPv4 by their descriptors.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtFormatCheck.h>
 #include <ztlib/ZtString.h>
 

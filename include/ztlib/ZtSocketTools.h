@@ -1,6 +1,7 @@
 // ZtSocketTools: the name and the address of this host.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtString.h>
 
 /// What the host is called and where it is found. Needs no sockets of the caller's. Looking up the

@@ -3,6 +3,7 @@
 
 #include <ztlib/ZtExport.h>
 
+#include <cstddef>
 #include <string>
 
 /// Splits a copy of a text at runs of separator characters; every other character, quotes and

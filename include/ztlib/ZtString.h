@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ztlib/ZtDArray.h>
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtFormatCheck.h>
 #include <ztlib/ZtHandable.h>
 

@@ -1,6 +1,7 @@
 // ZtStringTokenizer: reads tokens separated by white space, with quotes and escapes.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtString.h>
 
 /// Splits a text into tokens at white space. A backslash takes the next character as it is; double

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <ztlib/ZtBitfield.h>
+#include <ztlib/ZtExport.h>
+#include <ztlib/ZtString.h>
 #include <ztlib/ZtStringTokenizer.h>
 
 /// A `ZtStringTokenizer` whose separators are the given characters and no others. Quotes and

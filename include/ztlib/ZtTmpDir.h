@@ -1,6 +1,7 @@
 // ZtTmpDir: a scratch directory.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtString.h>
 
 /// The path of a scratch directory, below the system's directory for temporary files or beside a

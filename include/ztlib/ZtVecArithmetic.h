@@ -3,6 +3,10 @@
 
 #include <ztlib/ZtVecLength.h>
 
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
 /// The base of the value vectors. `Vec` holds the components, of type `T`, and has three functions
 /// that go over them in their order: `map`, `sum` and `all` (see ZtVec3).
 template <class Vec, class T>

@@ -1,8 +1,6 @@
 // What the value vectors share: the type of a length and the square of a component.
 #pragma once
 
-#include <cmath>
-#include <limits>
 #include <type_traits>
 
 /// The type in which a vector of `T` gives its length: its own for floating-point components,

@@ -1,6 +1,7 @@
 // ZtWatch: a stop watch.
 #pragma once
 
+#include <ztlib/ZtExport.h>
 #include <ztlib/ZtString.h>
 
 #include <cstdio>

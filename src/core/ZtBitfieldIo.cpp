@@ -1,5 +1,6 @@
 // Bit fields to and from labels, files, texts and digests.
 #include <ztlib/ZtBitfield.h>
+#include <ztlib/ZtContract.h>
 #include <ztlib/ZtMemory.h>
 #include <ztlib/ZtString.h>
 

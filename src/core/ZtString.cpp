@@ -3,6 +3,7 @@
 #include <ztlib/ZtString.h>
 
 #include <ztlib/ZtContract.h>
+#include <ztlib/ZtMemory.h>
 
 #include "core/AsciiTables.h"
 #include "core/MoveText.h"

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 
 using namespace stringinternals;

@@ -1,4 +1,5 @@
 // ZtString: searching, and what is built on it.
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtString.h>
 #include <ztlib/ZtWildMatch.h>
 
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <cstring>
 #include <new>
 

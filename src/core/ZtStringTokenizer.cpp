@@ -8,6 +8,7 @@
 #include "core/StringInternals.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <typeinfo>
 

@@ -1,9 +1,10 @@
 // The files of a log.
 #include "diag/LogFiles.h"
 
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtDirectory.h>
+#include <ztlib/ZtString.h>
 
-#include <algorithm>
 #include <cerrno>
 
 #include "platform/PlatformFile.h"

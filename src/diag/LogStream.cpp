@@ -1,10 +1,11 @@
 // The buffered file of a log.
 #include "diag/LogStream.h"
 
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtMemory.h>
 #include <ztlib/ZtMemoryException.h>
+#include <ztlib/ZtString.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>

@@ -3,8 +3,10 @@
 #include <ztlib/ZtException.h>
 #include <ztlib/ZtLogFile.h>
 #include <ztlib/ZtResult.h>
+#include <ztlib/ZtString.h>
 #include <ztlib/ZtTmpDir.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 

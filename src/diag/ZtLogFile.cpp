@@ -2,11 +2,13 @@
 #include <ztlib/ZtLogFile.h>
 #include <ztlib/ZtMemory.h>
 #include <ztlib/ZtMemoryException.h>
+#include <ztlib/ZtString.h>
 #include <ztlib/ZtTmpDir.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -1,4 +1,5 @@
 // Results: their records and their notification.
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtResult.h>
 
 #include <climits>

@@ -1,4 +1,5 @@
 // Stop watches.
+#include <ztlib/ZtMemory.h>
 #include <ztlib/ZtWatch.h>
 
 #include <algorithm>

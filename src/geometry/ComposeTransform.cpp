@@ -1,6 +1,7 @@
 // Composes affine transforms and takes them apart.
 #include <ztlib/ZtMat4f.h>
 #include <ztlib/ZtRotation.h>
+#include <ztlib/ZtVec3f.h>
 
 #include <algorithm>
 #include <cmath>

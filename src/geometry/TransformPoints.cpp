@@ -1,6 +1,7 @@
 // Transforms arrays of points: the plain loop, which the compiler makes wide as well as it can, and
 // for processors with vectors of 512 bits a loop over blocks of sixteen points.
 #include <ztlib/ZtMat4f.h>
+#include <ztlib/ZtVec3f.h>
 
 #include <cstddef>
 #include <cstdint>

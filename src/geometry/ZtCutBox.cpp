@@ -1,4 +1,5 @@
 // The cases in which a plane cuts a box.
+#include <ztlib/ZtContract.h>
 #include <ztlib/ZtCutBox.h>
 
 namespace {

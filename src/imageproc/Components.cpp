@@ -1,6 +1,8 @@
 // The choice of the form of labelling, and the list of components.
 #include "imageproc/Components.h"
 
+#include <cstdint>
+
 #include "imageproc/ComponentsPlain.h"
 #include "imageproc/ComponentsRuns.h"
 

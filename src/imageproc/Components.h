@@ -3,6 +3,10 @@
 #pragma once
 
 #include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtDArray.h>
+#include <ztlib/ZtExport.h>
+
+#include <cstdint>
 
 #include "imageproc/ComponentsRequest.h"
 

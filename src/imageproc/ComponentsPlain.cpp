@@ -2,6 +2,8 @@
 #include "imageproc/ComponentsPlain.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "core/WorkArray.h"

@@ -1,4 +1,5 @@
 // The kernels in plain C++.
+#include <cstdint>
 #include <cstring>
 
 #include "imageproc/ComponentsKernels.h"

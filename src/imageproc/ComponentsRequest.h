@@ -1,7 +1,6 @@
 // What a labelling is asked for. No includes of ours: the wide kernels see it.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace components {

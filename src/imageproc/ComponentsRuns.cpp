@@ -1,8 +1,12 @@
 // Labelling run by run: allocates the work space and takes the kernels through their steps.
 #include "imageproc/ComponentsRuns.h"
 
+#include <ztlib/ZtMemory.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "core/WorkArray.h"

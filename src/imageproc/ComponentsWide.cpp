@@ -7,6 +7,7 @@
 
 #include <immintrin.h>
 
+#include <cstdint>
 #include <cstring>
 
 namespace components {

@@ -1,7 +1,11 @@
 // Seeded filling of a bit mask, run by run.
+#include <ztlib/ZtBitfield.h>
+#include <ztlib/ZtDArray.h>
 #include <ztlib/ZtMorphology.h>
+#include <ztlib/ZtVec3i.h>
 
 #include <bit>
+#include <cstdint>
 
 #include "imageproc/MaskSource.h"
 

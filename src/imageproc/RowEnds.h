@@ -1,6 +1,7 @@
 // Where the rows of a mask end in the words of its bits.
 #pragma once
 
+#include <cstddef>
 #include <cstring>
 
 #include "core/WorkArray.h"

@@ -1,9 +1,13 @@
 // The public labelling functions: checks, thresholds and messages around the labelling itself.
 #include <ztlib/ZtConnectedComponents.h>
+#include <ztlib/ZtMemory.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtProgressInterface.h>
 
 #include <climits>
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 
 #include "core/WorkArray.h"

@@ -2,8 +2,8 @@
 #include <ztlib/ZtMorphology.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 #include "imageproc/MaskSource.h"

@@ -5,7 +5,6 @@
 #include <ztlib/ZtHttpd.h>
 #include <ztlib/ZtSocket.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <thread>

@@ -1,6 +1,7 @@
 // Eight pairs at a time: their products side by side, then one after the other into the sums.
 #include "numerics/ScaleSums.h"
 
+#include <cstddef>
 #include <cstring>
 
 #include "core/WideTargets.h"

@@ -1,6 +1,8 @@
 // The singular value decomposition for the one size that is known beforehand.
 #include "numerics/SingularValues3.h"
 
+#include <type_traits>
+
 #include "numerics/Decomposition.h"
 
 namespace numerics {

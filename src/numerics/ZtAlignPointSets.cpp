@@ -1,5 +1,6 @@
 // The alignment of point sets.
 #include <ztlib/ZtAlignPointSets.h>
+#include <ztlib/ZtContract.h>
 
 #include <cstdio>
 

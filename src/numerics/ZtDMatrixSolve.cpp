@@ -1,11 +1,14 @@
 // Systems of linear equations by LR decomposition with iterative refinement.
 #include <ztlib/ZtDMatrix.h>
+#include <ztlib/ZtMemory.h>
 #include <ztlib/ZtProgressInterface.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
+#include <utility>
 
 #include "core/AllocateOrNull.h"
 #include "numerics/DenseKernels.h"

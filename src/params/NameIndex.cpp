@@ -1,6 +1,8 @@
 // The hash table of names.
 #include "params/NameIndex.h"
 
+#include <ztlib/ZtMemory.h>
+
 #include <bit>
 #include <cstddef>
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ztlib/NwParamBundle.h>
+#include <ztlib/ZtDArray.h>
 
 #include "params/ParamNames.h"
 

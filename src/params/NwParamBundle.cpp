@@ -1,6 +1,7 @@
 // Bundles: the list of children, how it is searched, and how nodes come and go.
 #include <ztlib/NwParamBundle.h>
 #include <ztlib/NwParameter.h>
+#include <ztlib/ZtPrimType.h>
 
 #include "params/NameIndex.h"
 #include "params/ParamNames.h"

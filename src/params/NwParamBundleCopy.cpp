@@ -1,5 +1,8 @@
 // Copies of whole trees and how they are merged into others.
+#include <ztlib/NwParamBase.h>
 #include <ztlib/NwParamBundle.h>
+#include <ztlib/NwParamEditCheck.h>
+#include <ztlib/ZtDArray.h>
 
 #include "params/NameIndex.h"
 #include "params/ParamTree.h"

@@ -1,10 +1,17 @@
 // The text form of bundles.
+#include <ztlib/NwParamBase.h>
 #include <ztlib/NwParamBundle.h>
 #include <ztlib/NwParameter.h>
+#include <ztlib/ZtContract.h>
+#include <ztlib/ZtDArray.h>
+#include <ztlib/ZtPrimType.h>
+#include <ztlib/ZtString.h>
 
 #include "core/StringInternals.h"
 #include "params/ParameterText.h"
 
+#include <cstddef>
+#include <cstdio>
 #include <ostream>
 
 namespace {

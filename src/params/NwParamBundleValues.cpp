@@ -2,6 +2,8 @@
 #include <ztlib/NwParamBundle.h>
 #include <ztlib/NwParameter.h>
 #include <ztlib/ZtColor.h>
+#include <ztlib/ZtPrimType.h>
+#include <ztlib/ZtString.h>
 
 #include "core/AsciiTables.h"
 #include "core/NumberText.h"

@@ -1,6 +1,7 @@
 // How two nodes lie to one another in a tree of parameters.
 #pragma once
 
+#include <ztlib/NwParamBase.h>
 #include <ztlib/NwParamBundle.h>
 
 namespace paramtree {

@@ -1,10 +1,14 @@
 // How values of parameters are printed and read.
 #include "params/ParameterText.h"
 
+#include <ztlib/ZtMemory.h>
+
 #include "core/AsciiTables.h"
 
 #include <climits>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace parametertext {
 namespace {

@@ -1,6 +1,7 @@
 // Appends to a string piece by piece at the speed of a plain buffer.
 #pragma once
 
+#include <ztlib/ZtMemory.h>
 #include <ztlib/ZtString.h>
 
 #include "core/NumberText.h"

@@ -6,8 +6,6 @@
 // a signal. Programs that are started do not inherit the sockets.
 #pragma once
 
-#include <cstddef>
-
 namespace platform {
 
 /// Error numbers are the same on every system. `PlatformSocket.cpp` of a system whose own numbers

@@ -1,7 +1,11 @@
 // Copies a directory with everything in it.
 #include "system/CopyTree.h"
 
+#include <ztlib/ZtMemory.h>
+#include <ztlib/ZtString.h>
+
 #include <cstdio>
+#include <cstring>
 
 #include "system/Slashes.h"
 #include "system/TreeWalk.h"

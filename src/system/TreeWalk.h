@@ -1,6 +1,8 @@
 // Goes through a directory tree without recursion: trees may be deep.
 #pragma once
 
+#include <ztlib/ZtDArray.h>
+#include <ztlib/ZtMemory.h>
 #include <ztlib/ZtString.h>
 
 #include <cerrno>

@@ -1,6 +1,7 @@
 // Queries on directories and their listings.
 #include <ztlib/ZtDirectory.h>
 #include <ztlib/ZtFilename.h>
+#include <ztlib/ZtMemory.h>
 
 #include <cerrno>
 #include <cstdio>

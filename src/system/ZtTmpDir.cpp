@@ -3,7 +3,7 @@
 #include <ztlib/ZtTmpDir.h>
 
 #include <cerrno>
-#include <cstdio>
+#include <cstddef>
 #include <cstring>
 #include <mutex>
 

@@ -1,4 +1,5 @@
 // The plain form of the raw data loops: element by element, by the rules of RawRules.h.
+#include <cstddef>
 #include <cstring>
 
 #include "typeddata/RawKernels.h"

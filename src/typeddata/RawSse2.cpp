@@ -5,6 +5,8 @@
 
 #include <emmintrin.h>
 
+#include <cstdint>
+
 namespace rawdata {
 namespace {
 

@@ -1,7 +1,7 @@
 // Which primitive types convert into each other, and what is said of the others.
 #pragma once
 
-#include <ztlib/ZtTypedPointer.h>
+#include <ztlib/ZtPrimType.h>
 
 #include <cstdio>
 

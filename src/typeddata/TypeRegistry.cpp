@@ -5,6 +5,7 @@
 #include <ztlib/ZtMemory.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <new>
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <ztlib/ZtDataType.h>
+#include <ztlib/ZtPrimType.h>
 
 /// What is known of a data type. There is one record for each name; it is never freed.
 struct ZtDataType::Record {

@@ -1,11 +1,13 @@
 // Raw data operations: which types they take, and what they say about the others.
 #include <ztlib/ZtFastCopy.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtRawData.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 
 #include "typeddata/RawFill.h"
 #include "typeddata/RawKernels.h"

@@ -1,8 +1,13 @@
 // Linear mapping from one strided layout to another.
+#include <ztlib/ZtBytePattern.h>
 #include <ztlib/ZtContract.h>
+#include <ztlib/ZtDataPointer.h>
+#include <ztlib/ZtDataType.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtRawData.h>
 
 #include <algorithm>
+#include <cstddef>
 
 #include "typeddata/RawKernels.h"
 #include "typeddata/RawTypes.h"

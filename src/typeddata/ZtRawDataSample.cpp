@@ -1,9 +1,12 @@
 // Making volumes smaller: one value for each block of voxels.
 #include <ztlib/ZtContract.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtProgressInterface.h>
 #include <ztlib/ZtRawData.h>
+#include <ztlib/ZtTypedPointer.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>

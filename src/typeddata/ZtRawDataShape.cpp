@@ -3,8 +3,10 @@
 #include <ztlib/ZtRawData.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 #include "typeddata/RawFill.h"
 

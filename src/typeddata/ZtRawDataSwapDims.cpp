@@ -6,12 +6,16 @@
 // each tile goes to where another one was, in cycles as short as those of the permutation, and no
 // copy of the volume is needed; otherwise the tiles are taken from one.
 #include <ztlib/ZtMemory.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtRawData.h>
+#include <ztlib/ZtTypedPointer.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "typeddata/RawTypes.h"
 #include "typeddata/Transpose.h"

@@ -1,10 +1,13 @@
 // Raw data from and to files.
 #include <ztlib/ZtLogFile.h>
+#include <ztlib/ZtPrimType.h>
 #include <ztlib/ZtRawData.h>
+#include <ztlib/ZtTypedPointer.h>
 
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>

@@ -1,6 +1,7 @@
 // The records of spans.
 #include "core/pool/SpanStore.h"
 
+#include <cstddef>
 #include <new>
 
 namespace pool {

@@ -1,6 +1,8 @@
 // The records of spans, which are used again and again.
 #pragma once
 
+#include <cstddef>
+
 #include "core/pool/Arena.h"
 #include "core/pool/Lock.h"
 #include "core/pool/Span.h"

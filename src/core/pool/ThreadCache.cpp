@@ -1,6 +1,7 @@
 // The free blocks that one thread keeps.
 #include "core/pool/ThreadCache.h"
 
+#include <cstddef>
 #include <utility>
 
 #include "core/pool/Pool.h"

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "platform/PlatformFile.h"

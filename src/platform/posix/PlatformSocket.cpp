@@ -14,7 +14,8 @@
 
 #include <cerrno>
 #include <chrono>
-#include <climits>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "platform/PlatformFaults.h"

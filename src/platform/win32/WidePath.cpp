@@ -2,6 +2,7 @@
 #include "platform/win32/WidePath.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>

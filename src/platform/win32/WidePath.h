@@ -3,8 +3,6 @@
 
 #include <windows.h>
 
-#include <cstddef>
-
 #include "platform/PlatformFaults.h"
 #include "platform/PlatformFile.h"
 
