@@ -121,9 +121,11 @@ void useForm(Form form) {
     kernelsInUse() = kernelsOf(form);
 }
 
-bool isWideInUse() {
-    const Kernels* const kernels = kernelsInUse();
-    return kernels != &kPlainKernels && kernels != kSse2Kernels;
+Form formInUse() {
+    for (const Form form : {Form::kAvx512, Form::kAvx2, Form::kSse2})
+        if (kernelsInUse() == kernelsOf(form))
+            return form;
+    return Form::kPlain;
 }
 
 void convert(Kind toKind, void* to, Kind fromKind, const void* from, std::size_t count) {

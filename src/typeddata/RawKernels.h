@@ -67,8 +67,8 @@ ZTLIB_API void useForm(Form form);
 /// a line that is written need not be read first. Smaller ones are likely to be used soon.
 inline constexpr std::size_t kStreamBytes = std::size_t{4} << 20;
 
-/// Whether the form in use is one for processors with AVX2.
-bool isWideInUse();
+/// The form in use, which is not kAutomatic.
+Form formInUse();
 
 // The operations over whole arrays, in the form in use.
 void convert(Kind toKind, void* to, Kind fromKind, const void* from, std::size_t count);

@@ -1,5 +1,6 @@
 // The loops that reduce blocks of a volume to one value each, compiled twice from the same text
-// (SampleLoops.inl): for every processor, and for those with AVX2.
+// (SampleLoops.inl): for every processor, and for those with AVX2. Those over blocks of 2 x 2 x 2
+// elements (SampleOctets.inl) are compiled for AVX-512, too.
 //
 // Nothing that this header declares may bring code into the wide unit that other units could share:
 // aggregates and declarations only.
@@ -35,12 +36,18 @@ struct SampleKernels {
         Mean meanOfMany;
         Combine chooseLarger;
         Reduce findLargest;
-        /// Finds the most frequent values, the smallest of them, of as many of `blocks` blocks of
-        /// 2 x 2 x 2 elements in four rows as vectors hold, and returns their number. Null for
-        /// floating-point types.
-        std::size_t (*findMostFrequent)(void* out, const void* const rows[4], std::size_t blocks);
     };
     OfType types[kSampledTypes];
+};
+
+/// Blocks of 2 x 2 x 2 elements, which are the most frequent ones, are reduced in one step.
+struct OctetKernels {
+    /// Reduces as many of `blocks` blocks in four rows, two of either slice, as are a multiple of
+    /// its stride, and returns their number. Blocks are written after they are read, and in order.
+    using Reduce = std::size_t (*)(void* out, const void* const rows[4], std::size_t blocks);
+
+    Reduce findMeans[kSampledTypes];
+    Reduce findMostFrequent[kSampledIntegers];  ///< The smallest of the most frequent values.
 };
 
 /// So few 16-bit values have a sum of 32 bits.
@@ -48,5 +55,8 @@ inline constexpr std::int64_t kFewVoxels = 32768;
 
 extern const SampleKernels kPortableSampling;
 extern const SampleKernels* const kWideSampling;  ///< Null where the build has none.
+extern const OctetKernels kPortableOctets;
+extern const OctetKernels* const kAvx2Octets;  ///< Null where the build has none.
+extern const OctetKernels* const kAvx512Octets;
 
 }  // namespace rawdata

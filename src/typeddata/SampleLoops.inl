@@ -118,100 +118,14 @@ void findLargest(void* out, const void* combined, std::size_t blocks, std::size_
         }
 }
 
-// --- Most frequent values ---
-
-// A vector of more bytes than the registers have is taken apart element by element.
-#if defined(__AVX2__)
-constexpr std::size_t kVectorBytes = 32;
-#else
-constexpr std::size_t kVectorBytes = 16;
-#endif
-
-template <class T>
-using Vector __attribute__((vector_size(kVectorBytes))) = T;
-
-template <std::size_t... i>
-struct Indices {};
-template <std::size_t n, std::size_t... i>
-struct MakeIndices : MakeIndices<n - 1, n - 1, i...> {};
-template <std::size_t... i>
-struct MakeIndices<0, i...> {
-    using Type = Indices<i...>;
-};
-
-/// Every other one of the elements of `a` and `b`, from the first or the second on.
-template <int first, class T, std::size_t... i>
-inline void everyOther(const Vector<T>& a, const Vector<T>& b, Vector<T>& out, Indices<i...>) {
-    out = __builtin_shufflevector(a, b, (static_cast<int>(2 * i) + first)...);
-}
-
-/// The most frequent of eight values in each lane, the smallest of those that are.
-template <class T>
-inline void mostFrequentOf(const Vector<T> (&values)[8], Vector<T>& best) {
-    using Counts = decltype(values[0] == values[0]);
-    Counts counts[8] = {};
-    for (int a = 0; a < 8; ++a)
-        for (int b = a + 1; b < 8; ++b) {
-            const Counts equal = values[a] == values[b];
-            counts[a] -= equal;
-            counts[b] -= equal;
-        }
-    best = values[0];
-    Counts most = counts[0];
-    for (int k = 1; k < 8; ++k) {
-        const Counts isBetter = (counts[k] > most) | ((counts[k] == most) & (values[k] < best));
-        best = isBetter ? values[k] : best;
-        most = isBetter ? counts[k] : most;
-    }
-}
-
-template <class T>
-bool isZero(const Vector<T>& values) {
-    std::uint64_t words[kVectorBytes / 8];
-    __builtin_memcpy(words, &values, sizeof words);
-    std::uint64_t bits = 0;
-    for (const std::uint64_t word : words)
-        bits |= word;
-    return bits == 0;
-}
-
-template <class T>
-std::size_t findMostFrequent(void* out, const void* const rows[4], std::size_t blocks) {
-    constexpr std::size_t n = kVectorBytes / sizeof(T);
-    constexpr typename MakeIndices<n>::Type all;
-    auto* const results = static_cast<unsigned char*>(out);
-    std::size_t i = 0;
-    for (; i + n <= blocks; i += n) {
-        Vector<T> values[8];
-        Vector<T> differences = {};
-        for (int r = 0; r < 4; ++r) {
-            const auto* const row = static_cast<const unsigned char*>(rows[r]) + 2 * i * sizeof(T);
-            Vector<T> halves[2];
-            __builtin_memcpy(halves, row, sizeof halves);
-            everyOther<0, T>(halves[0], halves[1], values[2 * r], all);
-            everyOther<1, T>(halves[0], halves[1], values[2 * r + 1], all);
-            differences |= (values[2 * r] ^ values[0]) | (values[2 * r + 1] ^ values[0]);
-        }
-        Vector<T> best = values[0];
-        if (!isZero<T>(differences))
-            mostFrequentOf<T>(values, best);
-        __builtin_memcpy(results + i * sizeof(T), &best, sizeof best);
-    }
-    return i;
-}
-
 // --- The table ---
 
 template <class T, class Sum, class WideSum>
 constexpr SampleKernels::OfType kernelsOf() {
-    SampleKernels::OfType kernels = {{add<T, Sum>, divide<T, Sum>, sizeof(Sum)},
-                                     {add<T, WideSum>, divide<T, WideSum>, sizeof(WideSum)},
-                                     chooseLarger<T>,
-                                     findLargest<T>,
-                                     nullptr};
-    if constexpr (!isFloating<T>)
-        kernels.findMostFrequent = findMostFrequent<T>;
-    return kernels;
+    return {{add<T, Sum>, divide<T, Sum>, sizeof(Sum)},
+            {add<T, WideSum>, divide<T, WideSum>, sizeof(WideSum)},
+            chooseLarger<T>,
+            findLargest<T>};
 }
 
 constexpr SampleKernels kTable = {{

@@ -5,9 +5,11 @@ namespace rawdata {
 namespace {
 
 #include "typeddata/SampleLoops.inl"
+#include "typeddata/SampleOctets.inl"
 
 }  // namespace
 
 constexpr SampleKernels kPortableSampling = kTable;
+constexpr OctetKernels kPortableOctets = kOctets;
 
 }  // namespace rawdata

@@ -9,15 +9,18 @@ namespace rawdata {
 namespace {
 
 #include "typeddata/SampleLoops.inl"
+#include "typeddata/SampleOctets.inl"
 
 }  // namespace
 
 const SampleKernels* const kWideSampling = &kTable;
+const OctetKernels* const kAvx2Octets = &kOctets;
 
 }  // namespace rawdata
 
 #else
 
 const rawdata::SampleKernels* const rawdata::kWideSampling = nullptr;
+const rawdata::OctetKernels* const rawdata::kAvx2Octets = nullptr;
 
 #endif

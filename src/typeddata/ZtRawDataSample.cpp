@@ -18,11 +18,26 @@
 
 namespace {
 
+using rawdata::OctetKernels;
 using rawdata::SampleKernels;
 
 const SampleKernels& sampling() {
-    const bool isWide = rawdata::kWideSampling && rawdata::isWideInUse();
+    const bool isWide = rawdata::kWideSampling && rawdata::formInUse() >= rawdata::Form::kAvx2;
     return isWide ? *rawdata::kWideSampling : rawdata::kPortableSampling;
+}
+
+/// Null for the plain form, in which blocks of 2 x 2 x 2 are like others.
+const OctetKernels* octets() {
+    switch (rawdata::formInUse()) {
+        case rawdata::Form::kAvx512:
+            return rawdata::kAvx512Octets;
+        case rawdata::Form::kAvx2:
+            return rawdata::kAvx2Octets;
+        case rawdata::Form::kSse2:
+            return &rawdata::kPortableOctets;
+        default:
+            return nullptr;
+    }
 }
 
 /// Finds a type among those of which blocks are reduced.
@@ -104,35 +119,59 @@ void forEachRow(const Blocks& blocks, ZtProgressInterface* progress, Reduce redu
     }
 }
 
-/// Reduces blocks by combining their rows and then the elements of the combined row.
+/// Reduces blocks of 2 x 2 x 2 elements, of as many as `reduce` takes of the row of blocks (y, z),
+/// and returns their number; none where blocks are of another shape or `reduce` is null.
+std::int64_t reduceOctets(const Blocks& blocks, std::int64_t y, std::int64_t z,
+                          OctetKernels::Reduce reduce) {
+    if (!reduce || blocks.components != 1 || blocks.factor[0] != 2 || blocks.extent(1, y) != 2 ||
+        blocks.extent(2, z) != 2)
+        return 0;
+    const std::int64_t firstY = y * blocks.factor[1];
+    const std::int64_t firstZ = z * blocks.factor[2];
+    const void* const rows[4] = {blocks.row(firstY, firstZ), blocks.row(firstY + 1, firstZ),
+                                 blocks.row(firstY, firstZ + 1),
+                                 blocks.row(firstY + 1, firstZ + 1)};
+    return static_cast<std::int64_t>(
+        reduce(blocks.targetRow(y, z), rows, static_cast<std::size_t>(blocks.size[0] / 2)));
+}
+
+/// Reduces blocks by combining their rows and then the elements of the combined row; those of
+/// 2 x 2 x 2 elements by `reduceOctet`, which may be null.
 void combineBlocks(const Blocks& blocks, SampleKernels::Combine combine,
                    SampleKernels::Reduce reduce, std::size_t combinedSize,
-                   ZtProgressInterface* progress) {
+                   OctetKernels::Reduce reduceOctet, ZtProgressInterface* progress) {
     if (blocks.isEmpty())
         return;
     const std::size_t row = blocks.rowElements();
     WorkArray<double> combined(row * combinedSize / sizeof(double) + 1);
-    const auto wholeBlocks = static_cast<std::size_t>(blocks.size[0] / blocks.factor[0]);
+    const std::int64_t wholeBlocks = blocks.size[0] / blocks.factor[0];
     const std::int64_t rest = blocks.size[0] % blocks.factor[0];
+    const std::size_t perBlock = static_cast<std::size_t>(blocks.factor[0]) * blocks.components;
     forEachRow(blocks, progress, [&](std::int64_t y, std::int64_t z) {
+        const std::int64_t reduced = reduceOctets(blocks, y, z, reduceOctet);
+        if (reduced == blocks.count[0])
+            return;
+        const std::size_t first = static_cast<std::size_t>(reduced) * perBlock;
         const std::int64_t rowsY = blocks.extent(1, y);
         const std::int64_t rowsZ = blocks.extent(2, z);
         for (std::int64_t dz = 0; dz < rowsZ; ++dz)
             for (std::int64_t dy = 0; dy < rowsY; ++dy)
                 combine(combined.data(),
-                        blocks.row(y * blocks.factor[1] + dy, z * blocks.factor[2] + dz), row,
-                        dy + dz == 0);
-        unsigned char* const out = blocks.targetRow(y, z);
+                        blocks.row(y * blocks.factor[1] + dy, z * blocks.factor[2] + dz) +
+                            first * blocks.elementSize,
+                        row - first, dy + dz == 0);
+        const auto whole = static_cast<std::size_t>(wholeBlocks - reduced);
+        unsigned char* const out = blocks.targetRow(y, z) + static_cast<std::size_t>(reduced) *
+                                                                blocks.components *
+                                                                blocks.elementSize;
         const std::int64_t rows = rowsY * rowsZ;
-        reduce(out, combined.data(), wholeBlocks, static_cast<std::size_t>(blocks.factor[0]),
+        reduce(out, combined.data(), whole, static_cast<std::size_t>(blocks.factor[0]),
                blocks.components, rows * blocks.factor[0]);
         if (rest > 0) {
-            const std::size_t done = wholeBlocks * blocks.components;
-            const auto* const left =
-                reinterpret_cast<const unsigned char*>(combined.data()) +
-                done * static_cast<std::size_t>(blocks.factor[0]) * combinedSize;
-            reduce(out + done * blocks.elementSize, left, 1, static_cast<std::size_t>(rest),
-                   blocks.components, rows * rest);
+            const auto* const left = reinterpret_cast<const unsigned char*>(combined.data()) +
+                                     whole * perBlock * combinedSize;
+            reduce(out + whole * blocks.components * blocks.elementSize, left, 1,
+                   static_cast<std::size_t>(rest), blocks.components, rows * rest);
         }
     });
 }
@@ -175,22 +214,14 @@ void sampleLabels(const Blocks& blocks, int sampled, ZtProgressInterface* progre
     for (int i = 0; i < 3; ++i)
         most *= static_cast<std::uint64_t>(std::min(blocks.factor[i], blocks.size[i]));
     WorkArray<T> values(most);
-    const auto findMostFrequent = sampling().types[sampled].findMostFrequent;
+    const OctetKernels::Reduce reduce = octets() ? octets()->findMostFrequent[sampled] : nullptr;
     forEachRow(blocks, progress, [&](std::int64_t y, std::int64_t z) {
         const std::int64_t rowsY = blocks.extent(1, y);
         const std::int64_t rowsZ = blocks.extent(2, z);
         const std::int64_t firstY = y * blocks.factor[1];
         const std::int64_t firstZ = z * blocks.factor[2];
         unsigned char* const out = blocks.targetRow(y, z);
-        std::int64_t x = 0;
-        if (blocks.factor[0] == 2 && rowsY == 2 && rowsZ == 2) {
-            const void* const rows[4] = {blocks.row(firstY, firstZ), blocks.row(firstY + 1, firstZ),
-                                         blocks.row(firstY, firstZ + 1),
-                                         blocks.row(firstY + 1, firstZ + 1)};
-            x = static_cast<std::int64_t>(
-                findMostFrequent(out, rows, static_cast<std::size_t>(blocks.size[0] / 2)));
-        }
-        for (; x < blocks.count[0]; ++x) {
+        for (std::int64_t x = reduceOctets(blocks, y, z, reduce); x < blocks.count[0]; ++x) {
             const auto columns = static_cast<std::size_t>(blocks.extent(0, x));
             std::size_t count = 0;
             for (std::int64_t dz = 0; dz < rowsZ; ++dz)
@@ -226,7 +257,8 @@ void ZtRawData::downSample3DN(void* target, ZtTypedPointer source, const int* di
     const SampleKernels::OfType& kernels = sampling().types[sampled];
     const SampleKernels::Mean& mean =
         voxels <= rawdata::kFewVoxels ? kernels.mean : kernels.meanOfMany;
-    combineBlocks(blocks, mean.add, mean.divide, mean.sumSize, progress);
+    combineBlocks(blocks, mean.add, mean.divide, mean.sumSize,
+                  octets() ? octets()->findMeans[sampled] : nullptr, progress);
 }
 
 void ZtRawData::downSampleMaxFilterComponents3DN(void* target, ZtTypedPointer source,
@@ -237,7 +269,8 @@ void ZtRawData::downSampleMaxFilterComponents3DN(void* target, ZtTypedPointer so
         return;
     const Blocks blocks(target, source, dims, factors, nComponents);
     const SampleKernels::OfType& kernels = sampling().types[sampled];
-    combineBlocks(blocks, kernels.chooseLarger, kernels.findLargest, blocks.elementSize, progress);
+    combineBlocks(blocks, kernels.chooseLarger, kernels.findLargest, blocks.elementSize, nullptr,
+                  progress);
 }
 
 void ZtRawData::downSampleLabels3D(void* target, ZtTypedPointer source, const int* dims,

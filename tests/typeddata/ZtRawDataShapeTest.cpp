@@ -278,7 +278,7 @@ T largest(const std::vector<T>& block) {
 Request randomRequest(std::mt19937& random) {
     Request request = {};
     for (std::size_t i = 0; i < 3; ++i) {
-        request.dims[i] = static_cast<int>(random() % (i == 0 ? 90 : 8));
+        request.dims[i] = static_cast<int>(random() % (i == 0 ? 300 : 8));
         request.factors[i] = 1 + static_cast<int>(random() % 5);
     }
     if (random() % 3 == 0)
@@ -289,14 +289,17 @@ Request randomRequest(std::mt19937& random) {
     return request;
 }
 
-/// Integers of the whole range; floating-point numbers whose sums are exact.
+/// Integers of the whole range or at its ends; floating-point numbers whose sums are exact.
 template <class T>
 std::vector<T> randomElements(const Request& request, std::mt19937& random) {
     std::vector<T> elements(request.elements());
+    const bool isAtEnds = random() % 4 == 0;
+    using Limits = std::numeric_limits<T>;
     for (T& element : elements)
         element = std::is_floating_point_v<T>
                       ? static_cast<T>(static_cast<int>(random() % 65536) - 32768)
-                      : static_cast<T>(random());
+                  : isAtEnds ? (random() % 2 ? Limits::min() : Limits::max())
+                             : static_cast<T>(random());
     return elements;
 }
 
