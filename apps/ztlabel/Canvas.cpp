@@ -126,6 +126,7 @@ std::string Canvas::png() const {
     bytes.reserve(pixels_.size() * 3);
     for (const Colour& pixel : pixels_)
         for (const float channel : {pixel.r, pixel.g, pixel.b})
+            // NOLINTNEXTLINE(bugprone-incorrect-roundings): never negative
             bytes.push_back(static_cast<unsigned char>(std::clamp(channel, 0.f, 1.f) * 255 + 0.5f));
 
     png_image image = {};

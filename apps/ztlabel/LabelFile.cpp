@@ -23,7 +23,8 @@ bool isVersion2(const nifti_image& image) {
 /// library's own function for this leaves NIfTI-2 out.)
 int64_t voxelOffset(const nifti_image& header, bool version2) {
     constexpr int64_t kExtender = 4;
-    int64_t size = (version2 ? sizeof(nifti_2_header) : sizeof(nifti_1_header)) + kExtender;
+    const std::size_t own = version2 ? sizeof(nifti_2_header) : sizeof(nifti_1_header);
+    int64_t size = static_cast<int64_t>(own) + kExtender;
     for (int i = 0; i < header.num_ext; ++i)
         size += header.ext_list[i].esize;
     return (size + 15) / 16 * 16;

@@ -46,6 +46,7 @@ ZtBitfield maskOf(const Volume& volume, const StoredThreshold& lower) {
 /// The voxels whose centres lie in the polygon, in every slice.
 ZtBitfield regionOf(const Volume& volume, const std::vector<ZtVec2f>& polygon) {
     std::vector<ZtVec2f> corners;
+    corners.reserve(polygon.size());
     for (const ZtVec2f& corner : polygon)  // the centre of voxel (0, 0) is at (0.5, 0.5) there
         corners.push_back(corner + ZtVec2f(0.5f, 0.5f));
     ZtBitfield region(static_cast<unsigned>(volume.voxelCount()));

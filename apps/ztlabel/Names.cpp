@@ -33,7 +33,7 @@ constexpr char kBlanks[] = " \t,\r";
 ZtString nextWord(const char*& text) {
     text += std::strspn(text, kBlanks);
     const auto length = static_cast<int>(std::strcspn(text, kBlanks));
-    const ZtString word(text, 0, length);
+    ZtString word(text, 0, length);
     text += length;
     return word;
 }

@@ -154,7 +154,8 @@ public:
         canvas.text(x, y, title, kTextSize, kText);
         const double columnWidth = (width - kGap) / kChartColumns;
         for (std::size_t i = 0; i < shown_.size(); ++i) {
-            const auto column = static_cast<double>(i / kChartRows);
+            const std::size_t columnsBefore = i / kChartRows;
+            const auto column = static_cast<double>(columnsBefore);
             drawBar(canvas, *shown_[i], x + column * (columnWidth + kGap),
                     y + 32 + static_cast<double>(i % kChartRows * kChartRowHeight), columnWidth);
         }

@@ -52,7 +52,7 @@ std::string headerFileName(const std::string& path) {
     if (fs::is_directory(path, error))
         throw Failure("'" + path + "' is a directory, not a volume");
     char* const name = nifti_findhdrname(path.c_str());
-    const std::string found = name == nullptr ? "" : name;
+    std::string found = name == nullptr ? "" : name;
     std::free(name);
     if (!found.empty())
         return found;

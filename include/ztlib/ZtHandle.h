@@ -28,7 +28,7 @@ public:
         return *this;
     }
     ZtHandle& operator=(const ZtHandle& other) { return *this = other.object_; }
-    ZtHandle& operator=(ZtHandle&& other) {
+    ZtHandle& operator=(ZtHandle&& other) {  // NOLINT(performance-noexcept-move-constructor)
         T* const object = other.object_;
         other.object_ = nullptr;
         give(object);

@@ -55,7 +55,7 @@ public:
     /// Sets what is called, with the request's path and `data`, for paths that end with ".nw" or
     /// ".iv"; null serves such files like others. A first "cgi-bin" in the path, and a slash before
     /// it, is dropped: "/cgi-bin/run.nw" is "/run.nw". Nothing says that such a file exists.
-    void setNwCallback(void (*callback)(const char* path, void* data), void* data);
+    void setNwCallback(void (*function)(const char* path, void* data), void* data);
 
     /// Returns "localhost".
     const char* getHost();

@@ -52,6 +52,8 @@ ZtString::ZtString(const char* text, int start, int count) {
     assign(n == 0 ? nullptr : text + start, static_cast<std::size_t>(n));
 }
 
+// The new object is nobody's copy to its bases, which gcc wants to be told.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init,readability-redundant-member-init)
 ZtString::ZtString(const ZtString& other) : ZtHandable(), ZtDArray<char, 1>() {
     const int n = other.length();
     char* const copy = static_cast<char*>(ztmalloc(static_cast<std::size_t>(n) + 1));

@@ -187,12 +187,13 @@ void ZtProgressInterface::subdivide(ZtDArray<float>& weights) {
 
     Range* stages = nullptr;
     try {
-        for (int k = weights.size() - 1; k > 0; --k) {
+        int k = weights.size() - 1;
+        do {
             Range* const stage = Range::create(boundAt(k - 1), boundAt(k));
             stage->parent = current_;
             stage->next = stages;
             stages = stage;
-        }
+        } while (--k > 0);
     } catch (...) {
         Range::releaseAll(stages, nullptr);
         throw;

@@ -80,7 +80,7 @@ bool ZtCreateUIDs::createUID(UIDtype type, ZtString& uid) {
     text += '.';
     text += uidtime::textOf(moment.second);
     text += end;
-    uid.swapWith(text);
+    uid.swapWith(text);  // NOLINT(bugprone-use-after-move): the empty string that a move leaves
     return true;
 }
 

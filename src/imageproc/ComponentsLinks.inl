@@ -344,7 +344,7 @@ private:
     /// stretch whose first voxel touches no row before.
     bool mayExceedLimit(int z) const {
         const Grid& grid = volume_.grid;
-        const std::uint64_t perRow = static_cast<std::uint64_t>(grid.nx / 2 + 1);
+        const std::uint64_t perRow = static_cast<std::uint64_t>(grid.nx) / 2 + 1;
         std::uint64_t count = numRoots();
         if (count + 2 * perRow * static_cast<std::uint64_t>(grid.ny) <= limit_)
             return false;

@@ -178,7 +178,7 @@ private:
 };
 
 template <class Label>
-int labelValues(unsigned char* field, const int* dims, int connectivity, Label* labels,
+int labelValues(const unsigned char* field, const int* dims, int connectivity, Label* labels,
                 std::uint32_t limit, ComponentList& list, ZtProgressInterface* progress) {
     Request request = {};
     request.data = field;

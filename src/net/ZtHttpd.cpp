@@ -17,7 +17,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
 
 constexpr int kLongestRequest = 1024;
 constexpr int kMostFailures = 10;
@@ -35,7 +34,7 @@ bool isGone(int code) {
 // Reads what the client has sent that nobody wants, until it closes its side: a socket that is
 // closed with unread bytes resets the connection, and the client loses the end of the answer.
 void discardRest(int connection) {
-    constexpr milliseconds kLongest(1000);
+    constexpr std::chrono::milliseconds kLongest(1000);
     constexpr int kMost = 1 << 20;
     const Clock::time_point end = Clock::now() + kLongest;
     char bytes[4096];
@@ -48,7 +47,7 @@ void discardRest(int connection) {
         }
         const bool isWaiting =
             part < 0 && platform::socketError() == platform::socket_error::kWouldBlock;
-        const auto left = std::chrono::ceil<milliseconds>(end - Clock::now()).count();
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
         if (!isWaiting || left <= 0 ||
             platform::waitReadable(connection, static_cast<int>(left)) < 1)
             return;
@@ -114,8 +113,8 @@ void ZtHttpd::setQuit(Quit quit) {
     quit_ = quit;
 }
 
-void ZtHttpd::setReceiveTimeLimit(int limit) {
-    receiveTimeLimit_ = limit;
+void ZtHttpd::setReceiveTimeLimit(int milliseconds) {
+    receiveTimeLimit_ = milliseconds;
 }
 
 void ZtHttpd::setMaxFileSize(long long bytes) {
@@ -134,7 +133,7 @@ void ZtHttpd::mainLoop() {
         if (connection >= 0)
             handleRequest(connection);
         else
-            std::this_thread::sleep_for(milliseconds(1));
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     } while (!terminate);
 }
 
@@ -149,7 +148,7 @@ void ZtHttpd::handleRequest(int connection) {
         interprete(connection, request);
     // What is still on its way gets a moment, but nobody waits for what has arrived.
     if (!platform::hasDelivered(connection))
-        std::this_thread::sleep_for(milliseconds(1));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (platform::shutDownSending(connection))
         discardRest(connection);
 }
@@ -253,7 +252,7 @@ bool ZtHttpd::sendAll(int connection, const char* data, int length, int& failure
         if (isGone(code))
             failures = kMostFailures;
         else if (code != platform::socket_error::kWouldBlock)
-            std::this_thread::sleep_for(milliseconds(kFailurePause));
+            std::this_thread::sleep_for(std::chrono::milliseconds(kFailurePause));
         else if (platform::waitWritable(connection, kFailurePause) > 0)
             continue;
         if (++failures > kMostFailures) {

@@ -19,8 +19,8 @@ namespace {
 
 /// Never destroyed: static objects of other libraries open packages, too.
 union SearchPath {
-    constexpr SearchPath() : directories() {}
-    ~SearchPath() {}
+    constexpr SearchPath() noexcept : directories() {}
+    ~SearchPath() {}  // NOLINT(modernize-use-equals-default): it would be deleted
     ZtDArray<const char*, 1> directories;
 };
 constinit SearchPath searchPath;

@@ -41,7 +41,7 @@ public:
     }
     void beginDetached(const NwParamBundle& source, std::unique_ptr<NwParamBundle> target) {
         merges_.push({&source, target.get(), 0, true, true});
-        target.release();
+        static_cast<void>(target.release());
     }
     Merge end() {
         const Merge done = merges_.last();

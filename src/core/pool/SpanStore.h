@@ -12,7 +12,7 @@ namespace pool {
 /// Makes and keeps the span records of one pool. Any thread may ask.
 class SpanStore {
 public:
-    constexpr SpanStore(Arena& arena) : arena_(arena) {}
+    constexpr explicit SpanStore(Arena& arena) : arena_(arena) {}
 
     /// Returns a record for pages of `pool`, or null when memory is exhausted.
     Span* make(Pool* pool, void* start, std::size_t bytes, Chunk* chunk);

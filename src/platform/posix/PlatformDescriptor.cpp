@@ -18,7 +18,7 @@ constexpr int kPlace = O_PATH | O_DIRECTORY | O_CLOEXEC;
 
 // A name in a directory, or a path with AT_FDCWD.
 int openRegularAt(int directory, const char* name, bool followsLink, long long& size) {
-    struct stat status;
+    struct stat status = {};
     if (errorOf(Call::kExamine,
                 [&] {
                     return fstatat(directory, name, &status, followsLink ? 0 : AT_SYMLINK_NOFOLLOW);

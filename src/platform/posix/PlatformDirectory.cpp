@@ -110,7 +110,7 @@ struct TreeCursor::State {
 
     // Takes a new descriptor over, or closes it and returns an error.
     int push(int descriptor) noexcept {
-        struct stat status;
+        struct stat status = {};
         int error = errorOf(Call::kExamine, [&] { return fstat(descriptor, &status); });
         if (error == 0) {
             try {
@@ -171,7 +171,7 @@ int TreeCursor::open(const char* path, LastLink lastLink) {
 
 bool TreeCursor::isRoot() const {
     const State::Level& here = state_->levels.back();
-    struct stat parent;
+    struct stat parent = {};
     return errorOf(Call::kExamine, [&] { return fstatat(here.descriptor, "..", &parent, 0); }) ==
                0 &&
            parent.st_dev == here.device && parent.st_ino == here.inode;
@@ -181,7 +181,7 @@ bool TreeCursor::isWithin(const TreeCursor& other) const {
     const State::Level& sought = other.state_->levels.back();
     // Ancestors need not be readable, so they are opened as mere places.
     Descriptor here(openDirectory(state_->descriptor(), ".", O_PATH));
-    struct stat status;
+    struct stat status = {};
     struct stat below = {};
     for (;;) {
         if (here.get() < 0 || fstat(here.get(), &status) != 0)
@@ -196,8 +196,9 @@ bool TreeCursor::isWithin(const TreeCursor& other) const {
 }
 
 int TreeCursor::mode() const {
-    struct stat status;
-    return fstat(state_->descriptor(), &status) == 0 ? status.st_mode & 0777 : 0777;
+    struct stat status = {};
+    return fstat(state_->descriptor(), &status) == 0 ? static_cast<int>(status.st_mode & 0777)
+                                                     : 0777;
 }
 
 int TreeCursor::enter(const char* name) {
@@ -213,7 +214,7 @@ int TreeCursor::leave() {
     if (here.descriptor < 0) {
         // The directory below was searched on the way down, so its ".." can be looked up.
         const int descriptor = openDirectory(below.descriptor, "..");
-        struct stat status;
+        struct stat status = {};
         error = descriptor < 0
                     ? openError()
                     : errorOf(Call::kExamine, [&] { return fstat(descriptor, &status); });
@@ -250,7 +251,7 @@ int TreeCursor::copyFile(const char* name, const TreeCursor& target) const {
         });
     };
     Descriptor source(openFile(*this, O_RDONLY, 0));
-    struct stat status;
+    struct stat status = {};
     if (source.get() < 0 || fstat(source.get(), &status) != 0)
         return errno;
     if (!S_ISREG(status.st_mode))
@@ -359,7 +360,7 @@ EntryKind DirectorySearch::kind() const {
         default:
             return EntryKind::kOther;
     }
-    struct stat status;
+    struct stat status = {};
     const int error = errorOf(Call::kExamine, [&] {
         return fstatat(state_->descriptor(), name(), &status, AT_SYMLINK_NOFOLLOW);
     });
@@ -370,14 +371,14 @@ bool DirectorySearch::leadsToDirectory() const {
     const EntryKind own = kind();
     if (own != EntryKind::kLink)
         return own == EntryKind::kDirectory;
-    struct stat status;
+    struct stat status = {};
     return errorOf(Call::kExamine,
                    [&] { return fstatat(state_->descriptor(), name(), &status, 0); }) == 0 &&
            S_ISDIR(status.st_mode);
 }
 
 unsigned long long DirectorySearch::creationTime() const {
-    struct statx status;
+    struct statx status = {};
     const int error = errorOf(Call::kExamine, [&] {
         return statx(state_->descriptor(), name(), AT_SYMLINK_NOFOLLOW,
                      STATX_BTIME | STATX_MTIME | STATX_CTIME, &status);

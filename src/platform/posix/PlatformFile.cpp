@@ -26,14 +26,14 @@ bool exists(const char* path) {
 }
 
 EntryKind kindOf(const char* path) {
-    struct stat status;
+    struct stat status = {};
     if (errorOf(Call::kExamine, [&] { return lstat(path, &status); }) != 0)
         return EntryKind::kMissing;
     return kindOfMode(status.st_mode);
 }
 
 bool leadsToDirectory(const char* path) {
-    struct stat status;
+    struct stat status = {};
     return errorOf(Call::kExamine, [&] { return stat(path, &status); }) == 0 &&
            S_ISDIR(status.st_mode);
 }
@@ -55,7 +55,7 @@ int removeDirectory(const char* path) {
 }
 
 long long freeSpace(const char* directory) {
-    struct statvfs volume;
+    struct statvfs volume = {};
     if (errorOf(Call::kFreeSpace, [&] { return statvfs(directory, &volume); }) != 0)
         return -1;
     long long bytes;

@@ -68,7 +68,7 @@ std::wstring finalPath(const std::string& path) {
         return {};
     std::wstring result(GetFinalPathNameByHandleW(directory, nullptr, 0, 0), L'\0');
     result.resize(
-        GetFinalPathNameByHandleW(directory, &result[0], static_cast<DWORD>(result.size()), 0));
+        GetFinalPathNameByHandleW(directory, result.data(), static_cast<DWORD>(result.size()), 0));
     CloseHandle(directory);
     if (!result.empty() && result.back() != L'\\')
         result += L'\\';

@@ -54,13 +54,13 @@ bool exists(const char* path) {
 }
 
 EntryKind kindOf(const char* path) {
-    WIN32_FIND_DATAW data;
+    WIN32_FIND_DATAW data = {};
     return find(path, data) ? kindOfAttributes(data.dwFileAttributes, data.dwReserved0)
                             : EntryKind::kMissing;
 }
 
 bool leadsToDirectory(const char* path) {
-    WIN32_FIND_DATAW data;
+    WIN32_FIND_DATAW data = {};
     return find(path, data) && (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 

@@ -17,9 +17,6 @@ namespace platform {
 
 namespace {
 
-constexpr int kOutput = 1;
-constexpr int kError = 2;
-
 // A program without a console has streams without descriptors; these get one that leads nowhere.
 bool giveDescriptor(std::FILE* stream) {
     return _fileno(stream) >= 0 || std::freopen("NUL", "w", stream) != nullptr;
