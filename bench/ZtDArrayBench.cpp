@@ -111,15 +111,18 @@ void addInsertTexts(int count, int shortest, int longest, double bar) {
                 [=] { return results->same(); }});
 }
 
-/// What inserting at the front cannot do without: moving the objects that are there by one place.
-void addMovedTexts(int count, int shortest, int longest) {
+/// What inserting at the front cannot do without: moving the objects that are there by one place
+/// and, if `withBlocks`, a block with its text for each.
+void addMovedTexts(int count, int shortest, int longest, bool withBlocks) {
     const auto source = texts(count, shortest, longest);
     const auto bytes =
         std::make_shared<std::vector<char>>(static_cast<std::size_t>(count + 1) * sizeof(ZtString));
+    const std::string bound = withBlocks ? "memmove of the same bytes and a block for each text"
+                                         : "memmove of the same bytes";
     bench::add({"insert " + std::to_string(count) + " texts of " + std::to_string(shortest) +
-                    " to " + std::to_string(longest) +
-                    " characters at the front, against the moves",
-                "memmove of the same bytes",
+                    " to " + std::to_string(longest) + " characters at the front, against " +
+                    (withBlocks ? "the moves and blocks" : "the moves"),
+                bound,
                 0,
                 [=] {
                     ZtDArray<ZtString> array;
@@ -127,11 +130,19 @@ void addMovedTexts(int count, int shortest, int longest) {
                         array.insert(0, text);
                 },
                 [=] {
+                    std::vector<void*> blocks;
                     for (int n = 0; n < count; ++n) {
                         std::memmove(bytes->data() + sizeof(ZtString), bytes->data(),
                                      static_cast<std::size_t>(n) * sizeof(ZtString));
                         benchmark::ClobberMemory();
+                        if (!withBlocks)
+                            continue;
+                        const std::string& text = source->peers[static_cast<std::size_t>(n)];
+                        blocks.push_back(ztmalloc(text.size() + 1));
+                        std::memcpy(blocks.back(), text.c_str(), text.size() + 1);
                     }
+                    for (void* const block : blocks)
+                        ztfree(block);
                 },
                 {}});
 }
@@ -218,7 +229,8 @@ int main(int argc, char** argv) {
     addGrowthAlone(1000);
     addPushInts(1000000, 3.0);
     addInsertTexts(2000, 5, 25, 8.0);  // as names of files and series have
-    addMovedTexts(2000, 5, 25);
+    addMovedTexts(2000, 5, 25, false);
+    addMovedTexts(2000, 5, 25, true);
     addInsertTexts(2000, 12, 12, 0);
     addInsertTexts(2000, 33, 33, 0);
     addPushTexts(1000, 33, 0.8);

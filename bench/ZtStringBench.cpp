@@ -81,23 +81,27 @@ void addAppend(const std::string& work, double bar, Piece piece) {
 }
 
 // The same text in a buffer that need not grow: what remains of appending when only the stores of
-// the pieces and of the end are left. The text is whole after each piece.
+// the pieces and of the end are left, and those of the length. The text is whole after each piece.
 template <class Piece, class Store>
-void addBareAppend(const std::string& work, const std::string& bound, Piece piece, Store store) {
+void addBareAppend(const std::string& work, const std::string& bound, bool withLength, Piece piece,
+                   Store store) {
     static ZtString ours;
     static char buffer[8 * kAppends + 1];
-    add({work + ", against the bound", bound, 0,
+    static int length = 0;
+    add({work + ", against " + bound, bound, 0,
          [piece] {
              ZtString text;
              for (int i = 0; i < kAppends; ++i)
                  text += piece(i);
              ours.swapWith(text);
          },
-         [piece, store] {
+         [piece, store, withLength] {
              char* end = buffer;
+             benchmark::DoNotOptimize(&length);
              for (int i = 0; i < kAppends; ++i) {
                  end = store(end, piece(i));
-                 *end = 0;
+                 if (withLength)
+                     length = static_cast<int>(end - buffer);
                  benchmark::ClobberMemory();
              }
          },
@@ -105,7 +109,6 @@ void addBareAppend(const std::string& work, const std::string& bound, Piece piec
 }
 
 void addAppends() {
-    // A single character costs either string two stores, which no form has saved so far.
     addAppend("append/10000 x 1 character", 3,
               [](int i) { return static_cast<char>('a' + i % 26); });
     addAppend("append/10000 x text of 1", 3, [](int) { return ","; });
@@ -114,20 +117,28 @@ void addAppends() {
     static const char* const names[] = {"thalamus", "amygdala", "putamen ", "fornices"};
     addAppend("append/10000 x text of 8 from a table", 3, [](int i) { return names[i % 4]; });
 
+    const auto letter = [](int i) { return static_cast<char>('a' + i % 26); };
+    const auto storeOne = [](char* end, char c) {
+        end[0] = c;
+        end[1] = '\0';
+        return end + 1;
+    };
+    const auto nameOf = [](int i) { return names[i % 4]; };
+    const auto storeName = [](char* end, const char* text) {
+        const std::size_t length = std::strlen(text);
+        std::memcpy(end, text, 9);
+        return end + length;
+    };
+    addBareAppend("append/10000 x 1 character", "the stores", false, letter, storeOne);
+    addBareAppend("append/10000 x 1 character", "the stores and the length", true, letter,
+                  storeOne);
     addBareAppend(
-        "append/10000 x 1 character", "two stores", [](int i) { return char('a' + i % 26); },
-        [](char* end, char c) {
-            *end = c;
-            return end + 1;
-        });
-    addBareAppend(
-        "append/10000 x text of 8 from a table", "strlen and a copy of eight bytes",
-        [](int i) { return names[i % 4]; },
-        [](char* end, const char* text) {
-            const std::size_t length = std::strlen(text);
-            std::memcpy(end, text, 8);
-            return end + length;
-        });
+        "append/10000 x text of 1", "the stores and the length", true, [](int) { return ','; },
+        storeOne);
+    addBareAppend("append/10000 x text of 8 from a table", "strlen and the stores", false, nameOf,
+                  storeName);
+    addBareAppend("append/10000 x text of 8 from a table", "strlen, the stores and the length",
+                  true, nameOf, storeName);
 }
 
 void addEquality(const std::string& work, std::size_t length) {

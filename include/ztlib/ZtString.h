@@ -15,6 +15,36 @@
 #undef strcasecmp
 #undef strncasecmp
 
+namespace zt_detail {
+
+inline constexpr std::size_t kShortText = 16;
+
+/// Moves 1 to `kShortText` characters. All are read before one is written, so they may overlap.
+inline void moveShort(char* out, const char* in, std::size_t n) {
+    if (n >= 8) {
+        unsigned long long words[2];
+        std::memcpy(&words[0], in, 8);
+        std::memcpy(&words[1], in + n - 8, 8);
+        std::memcpy(out, &words[0], 8);
+        std::memcpy(out + n - 8, &words[1], 8);
+    } else if (n >= 4) {
+        unsigned words[2];
+        std::memcpy(&words[0], in, 4);
+        std::memcpy(&words[1], in + n - 4, 4);
+        std::memcpy(out, &words[0], 4);
+        std::memcpy(out + n - 4, &words[1], 4);
+    } else {
+        const char first = in[0];
+        const char middle = in[n / 2];
+        const char last = in[n - 1];
+        out[0] = first;
+        out[n / 2] = middle;
+        out[n - 1] = last;
+    }
+}
+
+}  // namespace zt_detail
+
 /// A text of 8-bit characters, kept with a terminating zero byte in a growable array whose size is
 /// length + 1. It may hold zero bytes inside; operations that take a `const char*` see the text up
 /// to its first zero byte, a null pointer as the empty text unless they say otherwise.
@@ -53,14 +83,15 @@ public:
         if (text == nullptr)
             return *this;
         const std::size_t n = std::strlen(text);
-        // A short literal is a store or two in place of a call.
-        if (!__builtin_constant_p(n) || n > 16 || !hasRoomFor(n))
+        // A short text and its end are a few loads and stores in place of a call.
+        if (__builtin_expect(n >= zt_detail::kShortText || !hasRoomFor(static_cast<int>(n)), false))
             return appendText(text, n);
-        const int oldSize = size();
-        char* const end = dataPtr() + oldSize - 1;
-        std::memcpy(end, text, n);
-        end[n] = '\0';
-        setSize(oldSize + static_cast<int>(n));
+        char* const end = dataPtr() + size() - 1;
+        setSize(size() + static_cast<int>(n));
+        if (__builtin_constant_p(n))
+            std::memcpy(end, text, n + 1);
+        else
+            zt_detail::moveShort(end, text, n + 1);
         return *this;
     }
     /// Appends all characters of `text`.
@@ -68,7 +99,7 @@ public:
         return appendText(text.getString(), static_cast<std::size_t>(text.length()));
     }
     ZtString& operator+=(char c) {
-        if (!hasRoomFor(1)) {
+        if (__builtin_expect(!hasRoomFor(1), false)) {
             const char text[] = {c};
             return appendText(text, 1);
         }
@@ -276,9 +307,8 @@ private:
     /// The empty text in a buffer of just that size (at least 1).
     explicit ZtString(Capacity capacity);
 
-    bool hasRoomFor(std::size_t n) const {
-        return size() > 0 && n <= static_cast<std::size_t>(getMax() - size());
-    }
+    bool hasRoomFor(int n) const { return size() > 0 && n <= getMax() - size(); }
+
     ZtString& appendText(const char* text, std::size_t n);
     ZtString& insertText(int pos, const char* text, std::size_t n);
     ZtString& assign(const char* text, std::size_t n);

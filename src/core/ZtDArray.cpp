@@ -13,9 +13,8 @@ namespace zt_detail {
 
 namespace {
 
-// Blocks from the least to the most of these sizes are asked for in steps of doubling, and arrays
-// then grow inside them: each of the first steps of growth, 1, 2, 3, 4, 6 elements, would cost a
-// call of the heap else.
+// Blocks up to the most of these sizes are asked for larger than needed, and arrays then grow in
+// them: each of the first steps of growth, 1, 2, 3, 4, 6 elements, would cost a call of the heap.
 constexpr std::size_t kLeastBlock = 64;
 constexpr std::size_t kMostRounded = 4096;
 // Blocks up to this size are served faster by size than they are resized.
@@ -23,9 +22,12 @@ constexpr std::size_t kMostMoved = 512;
 // What the heap keeps before each block.
 constexpr std::size_t kHeapHeader = sizeof(std::size_t);
 
-std::size_t roundedUp(std::size_t bytes) {
+// Rounds to a power of two; an array that has begun to grow by halves gets room for two steps more.
+std::size_t roundedUp(std::size_t bytes, bool grewByHalf) {
     if (bytes + kHeapHeader > kMostRounded)
         return bytes;
+    if (grewByHalf && bytes >= kLeastBlock)
+        return bytes * 9 / 4;
     return std::bit_ceil(std::max(bytes + kHeapHeader, kLeastBlock)) - kHeapHeader;
 }
 
@@ -37,23 +39,33 @@ std::size_t bytesFor(long long count, std::size_t elementSize) {
     return bytes;
 }
 
+// Returns a block of `bytes` or more with what the first `used` bytes of the other hold, whose size
+// is `held`. Out of line, since many steps of growth do without.
+__attribute__((noinline)) void* enlarged(void* data, std::size_t used, std::size_t held,
+                                         std::size_t bytes, bool grewByHalf) {
+    const std::size_t block = roundedUp(bytes, grewByHalf);
+    if (!data)
+        return ztmalloc(block);
+    if (bytes > kMostMoved)
+        return ztrealloc(data, block);
+    void* const moved = ztmalloc(block);
+    std::memcpy(moved, data, std::min(held, used));
+    ztfree(data);
+    return moved;
+}
+
 }  // namespace
 
 ArrayBuffer ArrayMemory::grow(void* data, int size, long long needed, std::size_t elementSize) {
-    const long long capacity = std::max(needed, size + size / 2LL);
+    const long long half = size + size / 2LL;
+    const long long capacity = std::max(needed, half);
     const std::size_t bytes = bytesFor(capacity, elementSize);
     const int max = static_cast<int>(capacity);
-    if (!data)
-        return {ztmalloc(roundedUp(bytes)), max};
-    const std::size_t held = platform::usableSize(data);
+    const std::size_t held = data ? platform::usableSize(data) : 0;
     if (bytes <= held)
         return {data, max};
-    if (bytes > kMostMoved)
-        return {ztrealloc(data, roundedUp(bytes)), max};
-    void* const block = ztmalloc(roundedUp(bytes));
-    std::memcpy(block, data, std::min(held, static_cast<std::size_t>(size) * elementSize));
-    ztfree(data);
-    return {block, max};
+    const std::size_t used = static_cast<std::size_t>(size) * elementSize;
+    return {enlarged(data, used, held, bytes, needed < half), max};
 }
 
 ArrayBuffer ArrayMemory::growByOne(void* data, int size, std::size_t elementSize) {

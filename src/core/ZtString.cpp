@@ -105,12 +105,22 @@ ZtString& ZtString::assign(const char* text, std::size_t n) {
 }
 
 ZtString& ZtString::appendText(const char* text, std::size_t n) {
-    if (!hasRoomFor(n))
-        return insertText(length(), text, n);
-    char* const end = dataPtr() + size() - 1;
+    const int count = checkedLength(n);
+    const int oldSize = size();
+    if (hasRoomFor(count)) {
+        setSize(oldSize + count);
+    } else {
+        if (oldSize == 0)
+            return assign(text, n);
+        const bool isOwn = isOwnText(*this, text);
+        const std::ptrdiff_t offset = isOwn ? text - dataPtr() : 0;
+        insertMemory(oldSize, count);
+        if (isOwn)
+            text = dataPtr() + offset;
+    }
+    char* const end = dataPtr() + oldSize - 1;
     moveText(end, text, n);
     end[n] = '\0';
-    setSize(size() + static_cast<int>(n));
     return *this;
 }
 
