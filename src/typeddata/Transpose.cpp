@@ -56,6 +56,17 @@ void transposeElements(unsigned char* out, std::ptrdiff_t outStride, const unsig
     std::size_t c = 0;
     for (; c + n <= columns; c += n) {
         std::size_t r = 0;
+        // Sixteen rows a power of two apart would displace each other in the nearest cache before
+        // their lines are full, which are therefore made beside them.
+        if constexpr (n > 8)
+            for (; r + 64 / sizeof(T) <= rows; r += 64 / sizeof(T)) {
+                alignas(64) unsigned char lines[n][64];
+                for (std::size_t i = 0; i < 64 / sizeof(T); i += n)
+                    transposeSquare<T>(lines[0] + i * sizeof(T), 64, in + at(r + i, inStride, c),
+                                       inStride);
+                for (std::size_t i = 0; i < n; ++i)
+                    std::memcpy(out + at(c + i, outStride, r), lines[i], sizeof lines[i]);
+            }
         for (; r + n <= rows; r += n)
             transposeSquare<T>(out + at(c, outStride, r), outStride, in + at(r, inStride, c),
                                inStride);

@@ -1,8 +1,8 @@
 // Exchanging the axes of a volume in place.
 //
 // The volume is cut into tiles whose rows are whole cache lines along the axis that is innermost
-// before and the one that is innermost after. A tile is read into a dense block, permuted there and
-// written, so that memory sees each line once. Where the axes that change places have equal sizes,
+// before and the one that is innermost after. A tile is read into a block, row by row, and its
+// elements are permuted as they are written. Where the axes that change places have equal sizes,
 // each tile goes to where another one was, in cycles as short as those of the permutation, and no
 // copy of the volume is needed; otherwise the tiles are taken from one.
 #include <ztlib/ZtMemory.h>
@@ -24,6 +24,7 @@ namespace {
 
 constexpr int kMostAxes = 16;
 constexpr std::ptrdiff_t kMostBlockBytes = std::ptrdiff_t{1} << 18;
+constexpr std::ptrdiff_t kLine = 64;
 
 using Offset = std::ptrdiff_t;
 
@@ -117,10 +118,11 @@ public:
         }
         bytes_ = from;
         chooseTile();
-        block_.reset(
-            static_cast<unsigned char*>(ztmalloc(3 * static_cast<std::size_t>(blockBytes_))));
-        for (int i = 0; i < 3; ++i)
-            blocks_[i] = block_.get() + i * blockBytes_;
+        allocation_.reset(static_cast<unsigned char*>(
+            ztmalloc(static_cast<std::size_t>(2 * blockBytes_ + kLine))));
+        const auto address = reinterpret_cast<std::uintptr_t>(allocation_.get());
+        for (int i = 0; i < 2; ++i)
+            blocks_[i] = allocation_.get() + (0 - address) % kLine + i * blockBytes_;
     }
 
     Offset bytes() const { return bytes_; }
@@ -161,20 +163,38 @@ private:
             }
         // Whole lines of memory, and blocks that stay in the second cache.
         Offset side = 8;
-        if (length <= 1)
+        Offset sideOfOthers = 1;
+        if (length <= 1) {
             side = std::max<Offset>(4096 / size_, 1);
-        else if (length == 2)
+            // Several rows that stay rows, in the first cache.
+            const Offset row = std::min(side, permutation_.size[0]) * size_;
+            while (bytesOf(2 * sideOfOthers, axes() - 1, row) <= 16384)
+                sideOfOthers *= 2;
+        } else if (length == 2) {
             side = std::max<Offset>(512 / size_, 64);
-        else if (length == 3)
+        } else if (length == 3) {
             side = std::max<Offset>(64 / size_, 16);
-        else
+        } else {
             while (side > 1 && bytesOf(side, length, size_) > kMostBlockBytes)
                 --side;
-        blockBytes_ = size_;
-        for (int i = 0; i < axes(); ++i) {
-            side_[i] = isLong[i] ? std::min(side, permutation_.size[i]) : 1;
-            blockBytes_ *= side_[i];
         }
+        for (int i = 0; i < axes(); ++i)
+            side_[i] = std::min(isLong[i] ? side : sideOfOthers, permutation_.size[i]);
+        // An odd number of lines, since rows a power of two apart displace each other in the
+        // caches.
+        pitch_ = side_[0] * size_;
+        if (pitch_ >= kLine)
+            pitch_ = ((pitch_ + kLine - 1) / kLine | 1) * kLine;
+        blockBytes_ = pitch_;
+        for (int i = 1; i < axes(); ++i)
+            blockBytes_ *= side_[i];
+        blockBytes_ = (blockBytes_ + kLine - 1) / kLine * kLine;
+        // Tiles beside each other along the axes that are cut into long ones follow each other.
+        int next = 0;
+        for (const bool wanted : {true, false})
+            for (int i = 0; i < axes(); ++i)
+                if (isLong[i] == wanted)
+                    order_[next++] = i;
     }
 
     /// Calls `action(tile)` for all tiles of the source.
@@ -186,8 +206,12 @@ private:
                 tile.extent[i] = std::min(side_[i], permutation_.size[i] - tile.first[i]);
             action(tile);
             int i = 0;
-            while (i < axes() && (tile.first[i] += side_[i]) >= permutation_.size[i])
-                tile.first[i++] = 0;
+            for (; i < axes(); ++i) {
+                const int axis = order_[i];
+                if ((tile.first[axis] += side_[axis]) < permutation_.size[axis])
+                    break;
+                tile.first[axis] = 0;
+            }
             if (i == axes())
                 return;
         }
@@ -203,21 +227,28 @@ private:
         return image;
     }
 
-    /// Calls `action(offset)` for each row of a box, `offset` being where it starts by `stride`.
+    /// Calls `action(data, block)` for each place in a box along its axes but the first and
+    /// `without`, with the bytes from where the array and the block start.
     template <class Action>
-    void forEachRow(const Tile& box, const Offset* stride, Action action) const {
-        Offset offset = 0;
+    void forEachRow(const Tile& box, const Offset* dataStride, const Offset* blockStride,
+                    int without, Action action) const {
+        Offset data = 0;
+        Offset block = 0;
         for (int i = 0; i < axes(); ++i)
-            offset += box.first[i] * stride[i];
+            data += box.first[i] * dataStride[i];
         Offset position[kMostAxes] = {};
         for (;;) {
-            action(offset);
+            action(data, block);
             int i = 1;
             for (; i < axes(); ++i) {
-                offset += stride[i];
+                if (i == without)
+                    continue;
+                data += dataStride[i];
+                block += blockStride[i];
                 if (++position[i] < box.extent[i])
                     break;
-                offset -= box.extent[i] * stride[i];
+                data -= box.extent[i] * dataStride[i];
+                block -= box.extent[i] * blockStride[i];
                 position[i] = 0;
             }
             if (i >= axes())
@@ -225,82 +256,50 @@ private:
         }
     }
 
-    /// Reads a box into a dense block.
-    void gather(unsigned char* block, const unsigned char* data, const Tile& box) const {
-        const auto row = static_cast<std::size_t>(box.extent[0] * size_);
-        forEachRow(box, sourceStride_, [&](Offset offset) {
-            std::memcpy(block, data + offset, row);
-            block += row;
-        });
-    }
-
-    /// Permutes the elements of a dense block and writes them to where they go.
-    void scatter(unsigned char* data, const unsigned char* block, const Tile& tile,
-                 unsigned char* work) const {
-        const Tile image = imageOf(tile);
-        const unsigned char* from = block;
-        // Rows that stay rows are tiles of their own.
-        if (permutation_.from[0] != 0) {
-            permuteElements(work, block, tile, image);
-            from = work;
-        }
-        const auto row = static_cast<std::size_t>(image.extent[0] * size_);
-        forEachRow(image, targetStride_, [&](Offset offset) {
-            std::memcpy(data + offset, from, row);
-            from += row;
-        });
-    }
-
-    /// The strides of the image's axes in the dense block of a tile, and in its own.
+    /// The strides of a tile's axes in its block.
     struct Strides {
-        Offset from[kMostAxes];
-        Offset to[kMostAxes];
+        Offset of[kMostAxes];
     };
-    Strides stridesOf(const Tile& tile, const Tile& image) const {
-        Strides strides;
-        Offset dense[kMostAxes];
-        Offset from = size_;
-        Offset to = size_;
-        for (int i = 0; i < axes(); ++i) {
-            dense[i] = from;
-            strides.to[i] = to;
-            from *= tile.extent[i];
-            to *= image.extent[i];
-        }
-        for (int i = 0; i < axes(); ++i)
-            strides.from[i] = dense[permutation_.from[i]];
+    Strides blockStrides(const Tile& tile) const {
+        Strides strides = {};
+        strides.of[0] = size_;
+        for (int i = 1; i < axes(); ++i)
+            strides.of[i] = i == 1 ? pitch_ : strides.of[i - 1] * tile.extent[i - 1];
         return strides;
     }
 
-    void permuteElements(unsigned char* out, const unsigned char* in, const Tile& tile,
-                         const Tile& image) const {
-        const Strides strides = stridesOf(tile, image);
-        // Planes of the axis that becomes the innermost one and the axis that was.
+    /// Reads a tile into a block.
+    void gather(unsigned char* block, const unsigned char* data, const Tile& tile) const {
+        const auto row = static_cast<std::size_t>(tile.extent[0] * size_);
+        const Strides strides = blockStrides(tile);
+        // The axis with the most rows in a loop of its own, so that more of them are under way.
+        const int inner = permutation_.from[0];
+        const Offset rows = inner == 0 ? 1 : tile.extent[inner];
+        const Offset fromStep = sourceStride_[inner];
+        const Offset toStep = strides.of[inner];
+        forEachRow(tile, sourceStride_, strides.of, inner, [&](Offset from, Offset to) {
+            for (Offset i = 0; i < rows; ++i)
+                std::memcpy(block + to + i * toStep, data + from + i * fromStep, row);
+        });
+    }
+
+    /// Writes the elements of a tile's block to where they go.
+    void scatter(unsigned char* data, const unsigned char* block, const Tile& tile) const {
+        const Tile image = imageOf(tile);
+        const Strides strides = blockStrides(tile);
+        Offset from[kMostAxes] = {};
+        for (int i = 0; i < axes(); ++i)
+            from[i] = strides.of[permutation_.from[i]];
+        const auto row = static_cast<std::size_t>(image.extent[0]);
+        const auto size = static_cast<std::size_t>(size_);
         const int wasInner = permutation_.placeOf(0);
-        const Offset rows = image.extent[0];
-        const Offset columns = image.extent[wasInner];
-        Offset position[kMostAxes] = {};
-        for (;;) {
-            Offset from = 0;
-            Offset to = 0;
-            for (int i = 0; i < axes(); ++i) {
-                from += position[i] * strides.from[i];
-                to += position[i] * strides.to[i];
-            }
-            rawdata::transpose(out + to, strides.to[wasInner], in + from, strides.from[0],
-                               static_cast<std::size_t>(rows), static_cast<std::size_t>(columns),
-                               static_cast<std::size_t>(size_));
-            int i = 1;
-            for (; i < axes(); ++i) {
-                if (i == wasInner)
-                    continue;
-                if (++position[i] < image.extent[i])
-                    break;
-                position[i] = 0;
-            }
-            if (i >= axes())
-                return;
-        }
+        forEachRow(image, targetStride_, from, wasInner, [&](Offset to, Offset in) {
+            if (wasInner == 0)
+                std::memcpy(data + to, block + in, row * size);
+            else
+                rawdata::transpose(data + to, targetStride_[wasInner], block + in, from[0], row,
+                                   static_cast<std::size_t>(image.extent[wasInner]), size);
+        });
     }
 
     bool isSame(const Tile& a, const Tile& b) const {
@@ -327,7 +326,7 @@ private:
                 const bool isLast = isSame(next, first);
                 if (!isLast)
                     gather(blocks_[1], data, next);
-                scatter(data, blocks_[0], tile, blocks_[2]);
+                scatter(data, blocks_[0], tile);
                 if (isLast)
                     return;
                 std::swap(blocks_[0], blocks_[1]);
@@ -342,7 +341,7 @@ private:
         std::memcpy(copy_.get(), data, static_cast<std::size_t>(bytes_));
         forEachTile([&](const Tile& tile) {
             gather(blocks_[0], copy_.get(), tile);
-            scatter(data, blocks_[0], tile, blocks_[2]);
+            scatter(data, blocks_[0], tile);
         });
     }
 
@@ -351,11 +350,13 @@ private:
     Offset bytes_ = 0;
     Offset sourceStride_[kMostAxes];
     Offset targetStride_[kMostAxes];
-    Offset side_[kMostAxes];
+    Offset side_[kMostAxes] = {};
+    int order_[kMostAxes] = {};
+    Offset pitch_ = 0;
     Offset blockBytes_ = 0;
-    Block block_;
+    Block allocation_;
     Block copy_;
-    unsigned char* blocks_[3];
+    unsigned char* blocks_[2];
 };
 
 /// Permutes each of `arrays` arrays that lie one after the other.
