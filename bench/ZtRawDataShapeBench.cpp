@@ -3,6 +3,7 @@
 #include <ztlib/ZtMemory.h>
 #include <ztlib/ZtRawData.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -111,6 +112,58 @@ void addSwap(const std::string& name, int a, int b, int c, ZtPrimType type) {
     });
 }
 
+/// Reads and writes all that a ring of three axes must in one pass, cubes of rows of 128 bytes that
+/// go to each other's places, and permutes nothing.
+void moveCubes(const Work& work) {
+    const auto size = static_cast<std::size_t>(work.type.size());
+    const std::size_t row = 128;
+    const std::size_t side = row / size;
+    const std::size_t cubes = kSide / side;
+    const std::unique_ptr<unsigned char[]> block(new unsigned char[3 * side * side * row]);
+    const auto forEachRow = [&](std::size_t x, std::size_t y, std::size_t z, auto move) {
+        for (std::size_t dz = 0; dz < side; ++dz)
+            for (std::size_t dy = 0; dy < side; ++dy)
+                move(work.volume.get() +
+                     (((z * side + dz) * kSide + y * side + dy) * kSide + x * side) * size);
+    };
+    for (std::size_t z = 0; z < cubes; ++z)
+        for (std::size_t y = 0; y < cubes; ++y)
+            for (std::size_t x = 0; x < cubes; ++x) {
+                // The cube with the least place moves those of its ring.
+                const auto place = [&](std::size_t a, std::size_t b, std::size_t c) {
+                    return (c * cubes + b) * cubes + a;
+                };
+                if (place(x, y, z) > std::min(place(y, z, x), place(z, x, y)))
+                    continue;
+                const std::size_t ring[5] = {x, y, z, x, y};
+                const std::size_t length = x == y && y == z ? 1 : 3;
+                unsigned char* at = block.get();
+                for (std::size_t i = 0; i < length; ++i)
+                    forEachRow(ring[i], ring[i + 1], ring[i + 2], [&](const unsigned char* from) {
+                        std::memcpy(at, from, row);
+                        at += row;
+                    });
+                at = block.get();
+                for (std::size_t i = 0; i < length; ++i)
+                    forEachRow(ring[i], ring[i + 1], ring[i + 2], [&](unsigned char* to) {
+                        std::memcpy(to, at, row);
+                        at += row;
+                    });
+            }
+}
+
+void addRingAlone(ZtPrimType type) {
+    add("in a ring in one pass, reads and writes alone, against a memory copy", type,
+        [=](std::shared_ptr<Work> work) {
+            return bench::Comparison{"",
+                                     "a memory copy",
+                                     0,
+                                     [=] { moveCubes(*work); },
+                                     [=] { work->touch(work->bytes, work->bytes); },
+                                     nullptr};
+        });
+}
+
 /// Runs scipy and numpy on as large a volume once, and gives the seconds that they needed as those
 /// of the peer.
 void addAgainstScipy(const std::string& name, const std::string& work, ZtPrimType type,
@@ -143,6 +196,7 @@ int main(int argc, char** argv) {
         addSwap("x and z", 2, 1, 0, type);
         addSwap("y and z", 0, 2, 1, type);
         addSwap("in a ring", 1, 2, 0, type);
+        addRingAlone(type);
     }
     for (const ZtPrimType type :
          {ZtPrimType::BYTE, ZtPrimType::USHORT, ZtPrimType::FLOAT, ZtPrimType::DOUBLE}) {
