@@ -1,20 +1,29 @@
-// Bit fields from files: two bytes for the number of bits, then the file.
+// Bit fields from files: two bytes for how many bits there are beyond the file's or short of them,
+// then the file.
 #include <ztlib/ZtBitfield.h>
 #include <ztlib/ZtString.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <string>
 
 #include "Expect.h"
-#include "FuzzFolder.h"
 #include "FuzzInput.h"
+#include "TemporaryFolder.h"
+
+namespace {
+
+constexpr int kLong = 8 * 4096;  // more bits than are read at once
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const FuzzFolder folder;
+    static const TemporaryFolder folder("fuzz");
     FuzzInput input(data, size);
-    const unsigned low = input.byte();
-    const unsigned n = low + 256 * input.byte();
+    const int beyond = static_cast<int>(input.byte()) - 128;
+    const int isLong = input.byte() == 255;
     const std::string bytes = input.rest();
+    const int bits = static_cast<int>(8 * bytes.size()) + beyond + isLong * kLong;
+    const auto n = static_cast<unsigned>(std::max(bits, 0));
     const std::string path = folder.addFile("bits", bytes);
 
     ZtBitfield field(40, ZtBitfield::INIT_SET);

@@ -6,12 +6,11 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
-#include "FuzzFolder.h"
 #include "SocketPair.h"
+#include "TemporaryFolder.h"
 
 namespace {
 
@@ -23,16 +22,16 @@ const std::string kScriptAnswer = "HTTP/1.0 204\nCache-Control: max-age=1\n\n";
 struct Daemon : ZtHttpd {
     using ZtHttpd::interprete;
 
-    FuzzFolder folder;
+    TemporaryFolder folder{"fuzz"};
     int calls = 0;
 
     Daemon() : ZtHttpd(0, nullptr, LOCAL_HOST_ONLY) {
         const fs::path root = folder.path() / "root";
-        fs::create_directories(root / "d");
+        folder.addFolder("root/d");
         folder.addFile("s", "secret");
-        std::ofstream(root / "a") << "text";
-        std::ofstream(root / "b.png") << "picture";
-        std::ofstream(root / "d/index.html") << "index";
+        folder.addFile("root/a", "text");
+        folder.addFile("root/b.png", "picture");
+        folder.addFile("root/d/index.html", "index");
         fs::create_symlink("../s", root / "l");
         fs::create_symlink("..", root / "u");
         setDocumentRoot(root.c_str());
@@ -57,10 +56,10 @@ bool isAnswer(const std::string& answer) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Daemon daemon;
+    static const SocketPair pair;  // the answers leave nothing in it
     // Of just the size that it has, so that nothing beyond it is touched unseen.
     std::vector<char> request(data, data + std::min(size, kLongest));
     request.push_back('\0');
-    const SocketPair pair;
     const int callsBefore = daemon.calls;
     FUZZ_EXPECT(daemon.interprete(pair.theirs(), request.data()) == 1);
     const std::string answer = pair.receiveAll();

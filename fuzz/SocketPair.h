@@ -28,12 +28,11 @@ public:
         shutdown(ours(), SHUT_WR);
     }
 
-    /// Receives all that has been sent from their end, after closing it for sending.
+    /// Receives all that has been sent from their end so far.
     std::string receiveAll() const {
-        shutdown(theirs(), SHUT_WR);
         std::string text;
         char part[4096];
-        for (ssize_t count; (count = recv(ours(), part, sizeof part, 0)) > 0;)
+        for (ssize_t count; (count = recv(ours(), part, sizeof part, MSG_DONTWAIT)) > 0;)
             text.append(part, static_cast<std::size_t>(count));
         return text;
     }
