@@ -4,6 +4,7 @@
 #include <ztlib/ZtString.h>
 
 #include <algorithm>
+#include <fstream>
 #include <string>
 
 #include "Expect.h"
@@ -18,13 +19,15 @@ constexpr int kLong = 8 * 4096;  // more bits than are read at once
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const TemporaryFolder folder("fuzz");
+    static const std::string path = folder.of("bits");
+    static const std::string copy = folder.of("copy");
     FuzzInput input(data, size);
     const int beyond = static_cast<int>(input.byte()) - 128;
     const int isLong = input.byte() == 255;
     const std::string bytes = input.rest();
     const int bits = static_cast<int>(8 * bytes.size()) + beyond + isLong * kLong;
     const auto n = static_cast<unsigned>(std::max(bits, 0));
-    const std::string path = folder.addFile("bits", bytes);
+    std::ofstream(path, std::ios::binary) << bytes;
 
     ZtBitfield field(40, ZtBitfield::INIT_SET);
     const bool isWhole = field.load(path.c_str(), n);
@@ -39,7 +42,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     FUZZ_EXPECT(!isWhole || field.nSetBits() == count);
 
-    const std::string copy = folder.of("copy");
     FUZZ_EXPECT(field.save(copy.c_str()));
     ZtBitfield again;
     FUZZ_EXPECT(again.load(copy.c_str(), n));

@@ -9,7 +9,8 @@
 /// `const char*`: "|", a key, "|", its value, for each of the keys vendor, product, version_major,
 /// version_minor, version_patch, version_tag, comment, compiler, target_os, build_cfg, build_user,
 /// build_ip, build_time, filename, path, size and sha1. Values are printable ASCII without "|", and
-/// may be empty: `ZtString::explode('|', pieces)` gives an empty piece, then keys and values in turn.
+/// may be empty: `ZtString::explode('|', pieces)` gives an empty piece, then keys and values in
+/// turn.
 ///
 /// In the library's file the record stands behind the text "47QuentoMar11", which occurs only
 /// there; `scripts/verify-tag FILE` shows and checks it. `sha1` is the digest of the file with "0"
