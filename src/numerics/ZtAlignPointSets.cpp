@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
+#include "numerics/BlockSums.h"
 #include "numerics/PointPairs.h"
-#include "numerics/ScaleSums.h"
 #include "numerics/SingularValues3.h"
 
 using numerics::CentredPairs;
@@ -99,10 +99,13 @@ float bestScale(CentredPairs<Indexed, Weights> centred, const ZtMat4f& rotation)
     return sums[1] == 0 ? 1 : sums[0] / sums[1];
 }
 
-template <class Pairs>
-ZtMat4f rigidPart(const Pairs& pairs, bool withScale) {
+template <bool Indexed, int Weights>
+ZtMat4f rigidPart(const CentredPairs<Indexed, Weights>& pairs, bool withScale) {
     OuterProducts sums;
-    pairs.forEach([&](const Four& p, const Four& q) { sums.add(p, q); });
+    CentredPairs<Indexed, Weights> rest = pairs;
+    if constexpr (!Indexed && Weights == 0)
+        rest.pairs.skip(numerics::addBlocks(pairs, sums));
+    rest.forEach([&](const Four& p, const Four& q) { sums.add(p, q); });
     float matrix[9];
     sums.get(matrix);
     ZtMat4f rotation = bestRotation(matrix);

@@ -182,7 +182,7 @@ TEST(AlignPointSets, IsTheMethodToTheLastBitAndTheBestProperTransform) {
         oracle::inRounds(1, 40, [&](Random& random, int round) {
             SCOPED_TRACE(kind.name);
             const double mirror = round % 2 ? -1 : 1, noise = round % 4 < 2 ? 0 : 0.05;
-            Points p2(static_cast<std::size_t>(kind.n ? kind.n : 4 + random.below(40)));
+            Points p2(static_cast<std::size_t>(kind.n ? kind.n : 4 + random.below(140)));
             for (int k = 0; ZtVec3f & p : p2)
                 p = ZtVec3f(kind.point(random, k++));
             for (const int mode : {0, 1}) {
