@@ -21,8 +21,9 @@
 ///
 /// The sums over the points are in single precision, in the order of the pairs: `n` above some
 /// millions or coordinates far from the origin cost digits. Takes time in proportion to `n` and, in
-/// modes 0 and 1, no memory. Without pairs (`n` below 1), or where weights sum to exactly 0, the
-/// transform is the identity, whatever the mode. Points that coincide have scale 1.
+/// modes 0 and 1, no memory; mode 2 throws ZtMemoryException without it. Without pairs (`n` below
+/// 1), or where weights sum to exactly 0, the transform is the identity, whatever the mode. Points
+/// that coincide have scale 1.
 ZTLIB_API void ztAlignPointSets(ZtMat4f& result, const ZtVec3f* p1, const ZtVec3f* p2, int n,
                                 int mode, const ZtMat4f* post = nullptr);
 

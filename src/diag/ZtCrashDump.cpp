@@ -6,9 +6,11 @@
 #include <ztlib/ZtString.h>
 #include <ztlib/ZtTmpDir.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <memory>
 
 #include "diag/CrashText.h"
 #include "platform/PlatformCrash.h"
@@ -85,26 +87,33 @@ bool isAbsolute(const char* name) {
 bool ztInitCrashDumpWriter(const char* dumpFileName) {
     if (platform::isCrashWriterLoaded())
         return false;
+    // All that takes memory comes first: what fails then can be tried again.
+    ZtLogFile& log = theLogInstance();
+    const char* const name = dumpFileName ? dumpFileName : "crash.dmp";
+    ZtString path(name);
+    if (!isAbsolute(name))
+        path.printf("%s/%s", ZtTmpDir::getSystemTmpPath(), name);
+    auto kept = std::make_unique<const ZtString>(path);
     switch (platform::loadCrashWriter()) {
         case platform::CrashWriter::kNoLibrary:
-            theLogInstance().errorf("LoadLibrary(\"dbghelp.dll\") failed, error code %d.",
-                                    platform::lastSystemError());
+            log.errorf("LoadLibrary(\"dbghelp.dll\") failed, error code %d.",
+                       platform::lastSystemError());
             return false;
         case platform::CrashWriter::kNotInLibrary:
-            theLogInstance().errorf("Could not get address of MiniDumpWriteDump, error code %d.",
-                                    platform::lastSystemError());
+            log.errorf("Could not get address of MiniDumpWriteDump, error code %d.",
+                       platform::lastSystemError());
             return false;
         case platform::CrashWriter::kLoaded:
             break;
     }
-    const char* const name = dumpFileName ? dumpFileName : "crash.dmp";
-    dumpPath = isAbsolute(name) ? new ZtString(name)
-                                : new ZtString(0, "%s/%s", ZtTmpDir::getSystemTmpPath(), name);
+    dumpPath = kept.release();
     const unsigned long long previous =
         platform::installCrashHandler(dumpPath->getString(), {crashText, onDumped});
     previousTerminate = std::set_terminate(onTerminate);
-    theLogInstance().printf("Exception handler for crash mini dump set, previous filter: %llx",
-                            previous);
+    char line[100];
+    std::snprintf(line, sizeof line,
+                  "Exception handler for crash mini dump set, previous filter: %llx", previous);
+    log.print(nullptr, line);
     return true;
 }
 

@@ -22,14 +22,24 @@
 #include "diag/SystemResult.h"
 #include "platform/PlatformLocalTime.h"
 
+namespace {
+
+// The number in an environment variable, `otherwise` when it is not set or empty.
+int numberInEnvironment(const char* variable, int otherwise) {
+    const char* const value = std::getenv(variable);
+    return value && *value ? ZtString(value).toInt() : otherwise;
+}
+
+}  // namespace
+
 struct ZtLogFile::Record {
     LogStream stream;
     ZtFilename logFile;
-    int maxNumLogFiles = 40;
+    int maxNumLogFiles = numberInEnvironment("KORVAL_MAXNUMLOGFILES", 40);
     int maxLogFileSizeMB = 50;
     bool consoleToLog = false;
     bool logToConsole = false;
-    bool debug = false;
+    bool debug = numberInEnvironment("KORVAL_DEBUG_LOG", 0) >= 1;
     bool dosStyleEOL = false;
     int dateTimeFormat = TIME_OF_DAY;
     ZtString defaultModule;
@@ -63,6 +73,9 @@ struct ZtLogFile::Record {
     bool writeBytes(const char* bytes, std::size_t count);
     void noteMissingLines();
     void flush();
+
+    static void* operator new(std::size_t size) { return ztmalloc(size); }
+    static void operator delete(void* record) noexcept { ztfree(record); }
 };
 
 namespace {
@@ -96,23 +109,13 @@ char letterOf(int level) {
     }
 }
 
-// The number in an environment variable, `otherwise` when it is not set or empty.
-int numberInEnvironment(const char* variable, int otherwise) {
-    const char* const value = std::getenv(variable);
-    return value && *value ? ZtString(value).toInt() : otherwise;
-}
-
 }  // namespace
 
-ZtLogFile::ZtLogFile() : record_(new (ztmalloc(sizeof(Record))) Record) {
-    record_->maxNumLogFiles = numberInEnvironment("KORVAL_MAXNUMLOGFILES", record_->maxNumLogFiles);
-    record_->debug = numberInEnvironment("KORVAL_DEBUG_LOG", 0) >= 1;
-}
+ZtLogFile::ZtLogFile() : record_(new Record) {}
 
 ZtLogFile::~ZtLogFile() {
     close();
-    record_->~Record();
-    ztfree(record_);
+    delete record_;
 }
 
 bool ZtLogFile::open(const char* directory, bool datedSubdirectories) {

@@ -34,8 +34,9 @@ ZtCreateUIDs::ZtCreateUIDs() {
 }
 
 void ZtCreateUIDs::reset() {
-    version_ = "51";
-    rootUID_ = "1.3.6.1.4.1.32473";
+    ZtString version("51"), root("1.3.6.1.4.1.32473");  // both or none
+    version_.swapWith(version);
+    rootUID_.swapWith(root);
 }
 
 bool ZtCreateUIDs::fail(const char* text) {

@@ -45,12 +45,19 @@ bool isBinary(const char* bytes, int count) {
 }  // namespace
 
 FileReply::~FileReply() {
+    close();
+}
+
+void FileReply::close() {
     if (file_ >= 0)
         platform::closeFile(file_);
     ztfree(buffer_);
+    file_ = -1;
+    buffer_ = nullptr;
 }
 
 bool FileReply::open(const ZtString& path, const char* root, long long mostBytes) {
+    close();
     file_ = platform::openRegularFile(path.getString(), root, size_);
     if (file_ < 0)
         return false;

@@ -15,7 +15,7 @@ public:
     FileReply& operator=(const FileReply&) = delete;
 
     /// Opens a regular file, below `root` unless that is null, with at most `mostBytes` bytes
-    /// unless that is negative. Tells whether it is open.
+    /// unless that is negative. Closes the one before. Tells whether it is open.
     bool open(const ZtString& path, const char* root, long long mostBytes);
 
     const ZtString& path() const { return path_; }
@@ -27,6 +27,7 @@ public:
     const char* next(int& size);
 
 private:
+    void close();
     bool examine(long long mostBytes);
     int read();
 

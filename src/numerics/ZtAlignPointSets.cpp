@@ -7,6 +7,7 @@
 #include "numerics/BlockSums.h"
 #include "numerics/PointPairs.h"
 #include "numerics/SingularValues3.h"
+#include "numerics/SolveOrThrow.h"
 
 using numerics::CentredPairs;
 using numerics::Four;
@@ -133,7 +134,7 @@ ZtMat4f affinePart(const Pairs& pairs) {
         for (int r = 0; r < 3; ++r)
             columns[j][r] = mixed.rows[r][j];
     float* rhs[3] = {columns[0], columns[1], columns[2]};
-    matrix.solveLRdecomp(rhs, 3);
+    ztdmatrix::solveOrThrow(matrix.dataPtr(), 3, rhs, 3);
     ZtMat4f linear = ZtMat4f::identity();
     for (int j = 0; j < 3; ++j)
         for (int r = 0; r < 3; ++r)

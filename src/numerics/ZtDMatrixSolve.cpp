@@ -12,6 +12,7 @@
 
 #include "core/AllocateOrNull.h"
 #include "numerics/DenseKernels.h"
+#include "numerics/SolveOrThrow.h"
 
 namespace ztdmatrix {
 
@@ -221,31 +222,42 @@ private:
     int numRows_ = 0;
 };
 
+enum class Outcome { kSolved, kNotSolved, kNoMemory };
+
 template <class T>
-int solveSystems(const T* a, int rows, int columns, T** rhs, int nrhs,
-                 ZtProgressInterface* progress) {
+Outcome solveSystems(const T* a, int rows, int columns, T** rhs, int nrhs,
+                     ZtProgressInterface* progress) {
     if (rows != columns) {
         std::fputs("ZtDMatrix::solveLRdecomp: must be a square matrix.\n", stderr);
-        return 1;
+        return Outcome::kNotSolved;
     }
     LrSolver<T> solver(a, rows);
-    if (!solver.copyMatrix() || !solver.decompose(progress))
-        return 1;
+    if (!solver.copyMatrix())
+        return Outcome::kNoMemory;
+    if (!solver.decompose(progress))
+        return Outcome::kNotSolved;
     for (int j = 0; j < nrhs; ++j)
         solver.solve(rhs[j]);
-    return 0;
+    return Outcome::kSolved;
 }
 
 }  // namespace
 
 int solve(const float* a, int rows, int columns, float** rhs, int nrhs,
           ZtProgressInterface* progress) {
-    return solveSystems(a, rows, columns, rhs, nrhs, progress);
+    return solveSystems(a, rows, columns, rhs, nrhs, progress) == Outcome::kSolved ? 0 : 1;
 }
 
 int solve(const double* a, int rows, int columns, double** rhs, int nrhs,
           ZtProgressInterface* progress) {
-    return solveSystems(a, rows, columns, rhs, nrhs, progress);
+    return solveSystems(a, rows, columns, rhs, nrhs, progress) == Outcome::kSolved ? 0 : 1;
+}
+
+int solveOrThrow(const float* a, int n, float** rhs, int nrhs) {
+    const Outcome outcome = solveSystems(a, n, n, rhs, nrhs, nullptr);
+    if (outcome == Outcome::kNoMemory)
+        ztThrowMemoryException(static_cast<std::size_t>(n) * sizeof(float));
+    return outcome == Outcome::kSolved ? 0 : 1;
 }
 
 }  // namespace ztdmatrix

@@ -211,8 +211,8 @@ void NwParamBundle::insertBy(NameIndex* index, NwParamBase* node, bool replace) 
     NwParamBundle* const from = node->owner_;
     node->owner_ = nullptr;
     try {
-        nameBoundaries(*node);
         reserve(1);
+        nameBoundaries(*node);  // last: it changes the node
     } catch (...) {
         node->owner_ = from;
         throw;
