@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "ContractCapture.h"
-#include "FailEveryAllocation.h"
 #include "Random.h"
 #include "ScratchFolder.h"
 
@@ -155,19 +154,6 @@ TEST(Bitfield, SetAlgebraAgreesWithTheModel) {
         a.bits ^= a.bits;
         EXPECT_FALSE(a.bits.isAnyBitSet());
     }
-}
-
-TEST(Bitfield, SurvivesFailedAllocations) {
-    const ZtBitfield other(9000);
-    const Bytes labels(9000);
-    const std::function<void(ZtBitfield&)> operations[] = {
-        [](ZtBitfield& bits) { bits.resize(100000); },
-        [&](ZtBitfield& bits) { bits = other; },
-        [&](ZtBitfield& bits) { bits.fromLabels(9000, labels.data(), 1); },
-    };
-    for (const auto& operate : operations)
-        failEveryAllocation([] { return ZtBitfield(40, ZtBitfield::INIT_SET); }, operate,
-                            [](auto& bits) { EXPECT_EQ(std::string(40, '1'), text(bits)); });
 }
 
 TEST(Bitfield, EdgesOfFieldsAndRanges) {

@@ -13,7 +13,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "FailEveryAllocation.h"
 #include "core/AllocationWatch.h"
 #include "core/StreamCopy.h"
 

@@ -247,7 +247,10 @@ TEST(PooledAllocator, ExhaustedMemoryIsNullAndLosesNothing) {
         SCOPED_TRACE(allowed);
         const pool::MemoryLimit limit(allowed);
         std::vector<void*> blocks;
-        for (std::size_t size = 16; size < 8 * kMega; size = size * 5 / 4)
+        for (std::size_t size = 16; size < 8 * kMega; size = size * 5 / 4) {
+            std::size_t sizes[] = {size, 2 * size};
+            if (void* chunks[2]; nedpindependent_comalloc(pool.get(), 2, sizes, chunks))
+                blocks.insert(blocks.end(), chunks, chunks + 2);
             for (void* block : {nedpmalloc(pool.get(), size), nedpcalloc(pool.get(), 1, size),
                                 nedpmemalign(pool.get(), 4096, size)})
                 if (block) {
@@ -255,6 +258,7 @@ TEST(PooledAllocator, ExhaustedMemoryIsNullAndLosesNothing) {
                     void* const grown = nedprealloc(pool.get(), block, 2 * size);
                     blocks.push_back(grown ? grown : block);
                 }
+        }
         neddestroypool(nedcreatepool(kMega, 1));
         for (void* block : blocks)
             nedfree(block);

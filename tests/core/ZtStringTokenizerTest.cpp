@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "FailEveryAllocation.h"
 #include "Random.h"
 
 namespace {
@@ -137,21 +136,6 @@ TEST(Tokenizers, RestartCopyAndConvert) {
     digits.questions = 0;
     EXPECT_STREQ(digits.nextToken().getString(), "ab");
     EXPECT_LE(digits.questions, 5);
-}
-
-TEST(Tokenizers, ReadATokenAgainThatFoundNoMemory) {
-    const std::string text =
-        "short " + std::string(40, 'x') + " \"" + std::string(90, 'y') + "\" z";
-    failEveryAllocation(
-        [&text] { return ZtStringTokenizer(text.c_str()); },
-        [](ZtStringTokenizer& tokenizer) {
-            while (tokenizer.hasMoreTokens())
-                tokenizer.nextToken();
-        },
-        [&text](ZtStringTokenizer& tokenizer) {
-            const std::string next = tokenizer.nextToken().getString();
-            EXPECT_TRUE(next == std::string(40, 'x') || next == std::string(90, 'y'));
-        });
 }
 
 }  // namespace

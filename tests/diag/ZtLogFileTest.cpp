@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "EnvironmentVariable.h"
-#include "FailEveryAllocation.h"
 #include "ScratchFolder.h"
 #include "diag/LogStamp.h"
 #include "platform/PlatformFaults.h"
@@ -257,33 +256,6 @@ TEST_F(ZtLogFileTest, SaysWhyItCannotBeOpened) {
         EXPECT_THAT(log_.lastResult().text(), testing::StartsWith("could not "));
         EXPECT_STREQ("", log_.logFile());
     }
-}
-
-TEST_F(ZtLogFileTest, StaysClosedWithoutMemory) {
-    folder_.addFile("old.log");
-    failEveryAllocation([] { return std::make_unique<ZtLogFile>(); },
-                        [&](auto& log) {
-                            log->setMaxNumLogFiles(2);
-                            log->open(folder_.of("").c_str(), true);
-                        },
-                        [&](auto& log) {
-                            EXPECT_STREQ("", log->logFile());
-                            EXPECT_TRUE(log->open(folder_.of("").c_str()));
-                        });
-    // A rotation without memory loses no line.
-    openHere();
-    log_.setMaxLogFileSizeMB(0);
-    log_.setDateTimeFormat(0);
-    log_.printf("first");
-    testing::internal::CaptureStdout();
-    {
-        AllocationWatch watch;
-        watch.failAfter(0, AllocationWatch::kFromThenOn);
-        log_.trace(1, nullptr, "second");
-    }
-    log_.flush();
-    const std::string printed = testing::internal::GetCapturedStdout();
-    EXPECT_THAT(printed + content(), testing::HasSubstr("  [] second\n"));
 }
 
 // A full disk and interrupted writes: what was refused is offered again, in its order and once.

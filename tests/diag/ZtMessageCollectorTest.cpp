@@ -4,8 +4,6 @@
 
 #include <utility>
 
-#include "FailEveryAllocation.h"
-
 namespace {
 
 ZtMessageCollector threeSlots() {
@@ -37,24 +35,6 @@ TEST(ZtMessageCollector, ReportsWhatCameUp) {
     EXPECT_FALSE(copy.generateReport(report, false));
     EXPECT_TRUE(collector.generateReport(report, false));
     EXPECT_STREQ("once (1 times)\n100%s (3 times)\nonce (1 times)\n", report.getString());
-}
-
-TEST(ZtMessageCollector, SurvivesFailedAllocations) {
-    ZtMessageCollector longer = threeSlots();
-    longer.addMessageSlot("one more");
-    failEveryAllocation([] { return std::pair(threeSlots(), ZtString()); },
-                        [&](auto& both) {
-                            both.first.generateReport(both.second, true);
-                            both.first = longer;
-                        },
-                        [](auto& both) {
-                            // Either step fails as a whole.
-                            const bool isReported = !both.second.isEmptyString();
-                            EXPECT_NE(isReported, both.first.generateReport(both.second, false));
-                            EXPECT_STREQ("100%s (3 times)\nonce (1 times)\n",
-                                         both.second.getString());
-                            EXPECT_EQ(3, both.first.addMessageSlot("next"));
-                        });
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "FailEveryAllocation.h"
 #include "Random.h"
 
 namespace {
@@ -122,23 +121,6 @@ TEST(Progress, CopiesShareTheRangesAndOutliveEachOther) {
     copy.setProgressValue(1);
     EXPECT_EQ("1", copy.shown());
     EXPECT_TRUE(assigned.isBusy());
-}
-
-TEST(Progress, SurvivesFailedAllocations) {
-    failEveryAllocation(
-        [] {
-            auto display = std::make_unique<Display>();
-            display->subdivide(2);
-            display->subdivide(2);
-            return display;
-        },
-        [](auto& display) { display->subdivide(5); },
-        [](auto& display) {
-            display->setProgressValue(1);
-            display->stopWorking();
-            display->setProgressValue(1);
-            EXPECT_EQ("0.25 0.25 0.5", display->shown());
-        });
 }
 
 TEST(Progress, NestsAsDeepAsItIsAsked) {

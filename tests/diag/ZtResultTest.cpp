@@ -7,8 +7,8 @@
 #include <iterator>
 #include <string>
 
-#include "FailEveryAllocation.h"
 #include "Random.h"
+#include "core/AllocationWatch.h"
 
 namespace {
 
@@ -118,18 +118,6 @@ TEST(ZtResult, SharesItsRecordAsAValue) {
         }
     }
     EXPECT_EQ(0, watch.liveBlocks());
-}
-
-TEST(ZtResult, SurvivesFailedAllocations) {
-    failEveryAllocation([] { return ZtResult(7, "text", "data", false); },
-                        [](ZtResult& result) {
-                            const ZtResult other(3, 12, "file", "text", nullptr);
-                            result = other.duplicate("another message that takes memory");
-                        },
-                        [](const ZtResult& result) {
-                            EXPECT_EQ(7, result.code());
-                            EXPECT_STREQ("data", result.data());
-                        });
 }
 
 TEST(ZtResult, CheckThrowsAFailure) {

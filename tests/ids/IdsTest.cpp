@@ -20,7 +20,6 @@
 #include <vector>
 
 #include "EnvironmentVariable.h"
-#include "FailEveryAllocation.h"
 #include "ids/UidParts.h"
 
 namespace {
@@ -199,16 +198,6 @@ TEST(Uids, AreAcceptedByPydicom) {
     if (valid < 0)
         GTEST_SKIP() << "pydicom is not installed (python3-pydicom)";
     EXPECT_EQ(valid, 5);
-}
-
-TEST(Uids, LeaveNothingWhenMemoryIsExhausted) {
-    struct Object {
-        Uids uids;
-        ZtString uid{"old"};
-    };
-    failEveryAllocation([] { return Object(); },
-                        [](Object& o) { o.uids.createUID(Uids::OTHER_UID, o.uid); },
-                        [](Object& o) { EXPECT_EQ(o.uid.length(), 0); });
 }
 
 TEST(BuildTag, HasAValueForEachKey) {

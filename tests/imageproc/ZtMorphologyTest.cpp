@@ -5,7 +5,6 @@
 #include <random>
 #include <vector>
 
-#include "FailEveryAllocation.h"
 #include "FloodFill.h"
 
 namespace {
@@ -160,14 +159,6 @@ TEST(ZtMorphology, TakesAnyMaskAndAnyGrid) {
     expectEqual(mask, out, "too many voxels");
     ZtMorphology::dilation2D_8(shorter, out, ZtVec2i(5, 0));
     EXPECT_EQ(0u, out.nBits());
-}
-
-TEST(ZtMorphology, FailedAllocationsLeaveTheResult) {
-    const ZtBitfield mask(4000, ZtBitfield::INIT_SET), before(9, ZtBitfield::INIT_SET);
-    failEveryAllocation(
-        [&] { return before; },
-        [&](ZtBitfield& out) { ZtMorphology::erosion3D(mask, out, ZtVec3i(40, 10, 10), 3); },
-        [&](ZtBitfield& out) { EXPECT_TRUE(out == before); });
 }
 
 TEST(ZtMorphology, FillsWhatIsConnectedToItsSeeds) {

@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "FailEveryAllocation.h"
 #include "Random.h"
 
 namespace {
@@ -165,22 +164,6 @@ TEST(ZtInterface, OwnersAndInterfacesGoInAnyOrder) {
     owners.clear();
     interfaces.clear();
     EXPECT_EQ(0, alive);
-}
-
-TEST(ZtInterface, FailedAllocationsLoseNothing) {
-    struct Quiet : ZtInterface {  // without queries in its destructor
-        explicit Quiet(ZtInterfaceOwner* owner = nullptr) : ZtInterface(owner) {}
-    };
-    failEveryAllocation([] { return std::make_unique<Owner>(); },
-                        [](std::unique_ptr<Owner>& owner) {
-                            Quiet interface(owner.get()), alone;
-                            alone.handleObject(nullptr);
-                            owner->registerInterfaceManageMemory(nullptr);
-                        },
-                        [](std::unique_ptr<Owner>& owner) {
-                            EXPECT_EQ(owner.get(),
-                                      owner->getInterface(ZtInterfaceOwner::getClassTypeId()));
-                        });
 }
 
 }  // namespace

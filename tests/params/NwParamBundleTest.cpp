@@ -13,8 +13,6 @@
 #include <string>
 #include <vector>
 
-#include "FailEveryAllocation.h"
-
 namespace {
 
 std::string printed(const NwParamBundle& bundle) {
@@ -246,55 +244,6 @@ TEST(ParamBundle, OwnsNodesOfEveryClass) {
     const std::unique_ptr<NwParamBase> kept(&bundle);
     root.remove(&bundle, 1);
     EXPECT_EQ(nullptr, kept->owner());
-}
-
-TEST(ParamBundle, SurvivesExhaustedMemory) {
-    const auto make = [] {
-        auto bundle = std::make_unique<NwParamBundle>("bundle");
-        bundle->set("a", 1);
-        bundle->bundle("BoundaryIds", 1)->bundle("BoundaryConditions more", 1)->set("b", "text");
-        bundle->bundle(0)->bundle(0)->setName("BoundaryConditions");
-        return bundle;
-    };
-    const auto other = make();
-    const std::string before = printed(*other);
-    const int n = 5;
-    const struct {
-        const char* what;
-        std::function<void(NwParamBundle&)> operate;
-        bool isAllOrNothing = true;
-    } rows[] = {
-        {"set", [](NwParamBundle& b) { b.set("1 longer name than fits", 1); }},
-        {"bundle", [](NwParamBundle& b) { b.bundle("BoundaryConditions x", 1); }},
-        {"setAsString", [&](NwParamBundle& b) { b.setAsString("a", 1, &n); }},
-        {"insert", [](NwParamBundle& b) { b.insert(b.bundle(0)->bundle(0)); }},
-        {"copy", [&](NwParamBundle& b) { b.copy(*other); }, false},
-        {"copyAll", [&](NwParamBundle& b) { b.copyAll(*other); }, false},
-        {"copy of itself", [&](NwParamBundle& b) { b.copy(b); }, false},
-        {"assignment", [&](NwParamBundle& b) { b = *other; }, false},
-        {"duplicate", [](NwParamBundle& b) { delete b.duplicate(); }},
-        {"print", [](NwParamBundle& b) { printed(b); }},
-        {"stream", [](NwParamBundle& b) { streamed(b); }},
-        {"move",
-         [](NwParamBundle& b) {
-             NwParamBundle from(*b.bundle(0));
-             from.set("c", 1);
-             b.move(from);
-         }},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        failEveryAllocation(
-            make, [&](auto& bundle) { row.operate(*bundle); },
-            [&](auto& bundle) {
-                if (row.isAllOrNothing) {
-                    EXPECT_EQ(before, printed(*bundle));
-                    EXPECT_EQ(bundle->bundle(0), bundle->bundle(0)->bundle(0)->owner());
-                } else if (bundle->size() > 0) {
-                    EXPECT_EQ(bundle.get(), (*bundle)[0]->owner());
-                }
-            });
-    }
 }
 
 }  // namespace

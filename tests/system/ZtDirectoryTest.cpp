@@ -15,7 +15,6 @@
 #include <utility>
 #include <vector>
 
-#include "FailEveryAllocation.h"
 #include "ScratchFolder.h"
 #include "platform/PlatformFaults.h"
 
@@ -200,21 +199,6 @@ TEST(ZtDirectory, FailuresOfTheSystemLoseNothing) {
               testing::internal::GetCapturedStdout());
     EXPECT_LT(0, ZtDirectory::freeSpace(path.c_str()));
     EXPECT_LT(0, ZtDirectory::freeSpace("name"));
-}
-
-TEST(ZtDirectory, ListingsSurviveFailedAllocations) {
-    const ScratchFolder folder;
-    for (int i = 0; i < 40; ++i)
-        folder.addFile(std::to_string(i) + std::string(30, 'x'));
-    const std::string path = folder.of("");
-    failEveryAllocation([] { return Names(); },
-                        [&](Names& list) {
-                            Names others, dirs;
-                            ZtDirectory::scan2(path.c_str(), others);
-                            ZtDirectory::scan3(path.c_str(), others, dirs);
-                            ZtDirectory::scan(path.c_str(), list);
-                        },
-                        [](const Names& list) { EXPECT_EQ(0, list.size()); });
 }
 
 TEST(ZtFilename, HasADirectoryAndABaseName) {
