@@ -2,7 +2,6 @@
 // them, and their records stay when they go.
 #include <ztlib/ZtResult.h>
 
-// NOLINTBEGIN(cert-err58-cpp): without memory for them, no program can start
 [[gnu::init_priority(101)]] const ZtResult ZtOK;
 [[gnu::init_priority(101)]] const ZtResult ZtINVALIDARGUMENT(1, nullptr, nullptr, true);
 [[gnu::init_priority(101)]] const ZtResult ZtINTERNALERROR(2, nullptr, nullptr, true);
@@ -52,4 +51,3 @@
 [[gnu::init_priority(101)]] const ZtResult ZtENOSYS(4136, nullptr, nullptr, true);
 [[gnu::init_priority(101)]] const ZtResult ZtENOTEMPTY(4137, nullptr, nullptr, true);
 [[gnu::init_priority(101)]] const ZtResult ZtEILSEQ(4138, nullptr, nullptr, true);
-// NOLINTEND(cert-err58-cpp)

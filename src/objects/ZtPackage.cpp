@@ -16,7 +16,6 @@ int ostrelpackage_ztlib_init() {
 namespace {
 
 // The loader runs this when the process gets the library, before anything that uses it.
-// NOLINTNEXTLINE(cert-err58-cpp): without memory for that, no program can start
 [[maybe_unused]] const int whenLoaded = ostrelpackage_ztlib_init();
 
 }  // namespace
