@@ -28,6 +28,7 @@ public:
         return *this;
     }
     ZtHandle& operator=(const ZtHandle& other) { return *this = other.object_; }
+    // What was held may be destroyed by code of its own, which may throw.
     ZtHandle& operator=(ZtHandle&& other) {  // NOLINT(performance-noexcept-move-constructor)
         T* const object = other.object_;
         other.object_ = nullptr;
